@@ -1,0 +1,89 @@
+#include "accessibility/copy_selection.h"
+
+#include <cctype>
+#include <deque>
+
+#include "accessibility/element_helpers.h"
+#include "clipboard/pasteboard_snapshot.h"
+
+namespace textport {
+
+namespace {
+constexpr std::size_t kMenuSearchLimit = 240;
+constexpr double kMenuSearchBudget = 0.5;
+constexpr float kMenuElementTimeout = 0.1f;
+constexpr double kCopyWait = 0.65;
+constexpr double kCopyPollInterval = 0.015;
+
+std::string lowercase(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return text;
+}
+
+// Command-C with no other modifier (a missing modifiers attribute counts as none), enabled.
+bool isCopyItem(Platform& platform, const Element& item) {
+  auto shortcut = stringAttribute(platform, item, "AXMenuItemCmdChar");
+  if (!shortcut || lowercase(*shortcut) != "c") return false;
+  Value modifiers = attribute(platform, item, "AXMenuItemCmdModifiers");
+  if (const auto* m = modifiers.as<std::int64_t>(); m != nullptr && *m != 0) return false;
+  Value enabled = attribute(platform, item, "AXEnabled");
+  const auto* isEnabled = enabled.as<bool>();
+  return isEnabled != nullptr && *isEnabled;
+}
+
+bool isFrontmost(Platform& platform, Pid pid) {
+  auto app = frontmost(platform);
+  return app && app->pid == pid;
+}
+}  // namespace
+
+std::optional<Element> copyMenu(Platform& platform, const Element& application) {
+  auto menuBar = axElement(attribute(platform, application, "AXMenuBar"));
+  if (!menuBar) return std::nullopt;
+  std::deque<Element> queue{*menuBar};
+  std::size_t visited = 0;
+  double deadline = platform.now() + kMenuSearchBudget;
+  while (!queue.empty() && visited < kMenuSearchLimit && platform.now() < deadline) {
+    Element element = std::move(queue.front());
+    queue.pop_front();
+    platform.setMessagingTimeout(element, kMenuElementTimeout);
+    if (isCopyItem(platform, element)) return element;
+    if (auto kids = children(platform, element)) {
+      for (Element& child : *kids) queue.push_back(std::move(child));
+    }
+    ++visited;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> copySelection(Platform& platform, const Element& application, Pid pid,
+                                         std::optional<std::int64_t> selectionLength) {
+  if (selectionLength && *selectionLength == 0) return std::nullopt;
+  auto item = copyMenu(platform, application);
+  if (!item) return std::nullopt;
+  // Copy is never sent to an application the user is not looking at.
+  if (!isFrontmost(platform, pid)) return std::nullopt;
+
+  PasteboardSnapshot saved = snapshotPasteboard(platform);
+  if (saved.size() > kMaxSavedPasteboardBytes) return std::nullopt;
+  std::int64_t before = platform.pasteboardChangeCount();
+  if (platform.performAction(*item, "AXPress") != kAXErrorSuccess) return std::nullopt;
+
+  double deadline = platform.now() + kCopyWait;
+  while (platform.pasteboardChangeCount() == before) {
+    if (!(platform.now() < deadline)) break;
+    platform.sleep(kCopyPollInterval);
+  }
+  // Nothing arrived, so nothing of ours is on the pasteboard to undo.
+  if (platform.pasteboardChangeCount() == before) return std::nullopt;
+
+  std::int64_t afterCopy = platform.pasteboardChangeCount();
+  std::optional<std::string> text = platform.pasteboardString(kPlainTextType);
+  bool sameApplication = isFrontmost(platform, pid);
+  // A newer write by someone else is theirs to keep.
+  if (platform.pasteboardChangeCount() == afterCopy) restore(platform, saved);
+  if (!sameApplication) return std::nullopt;
+  return text;
+}
+
+}  // namespace textport
