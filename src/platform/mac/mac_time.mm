@@ -1,0 +1,46 @@
+// Time, identity and the per-request autorelease scope (Foundation and the Objective-C runtime).
+#import <Foundation/Foundation.h>
+
+#include <time.h>
+
+#include "platform/mac/mac_platform.h"
+#include "platform/mac/mac_values.h"
+
+// The runtime's entry points behind @autoreleasepool. A request's scope opens and closes in two
+// separate calls, which the block syntax cannot express; the runtime exports both.
+extern "C" void* objc_autoreleasePoolPush(void);
+extern "C" void objc_autoreleasePoolPop(void* pool);
+
+namespace textport::mac {
+
+MacPlatform::~MacPlatform() {
+  while (!pools_.empty()) requestEnded();
+}
+
+// CLOCK_MONOTONIC keeps counting while the machine sleeps, so a wait that spans a sleep is seen
+// as long as it really was.
+double MacPlatform::now() {
+  timespec ts{};
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
+}
+
+void MacPlatform::sleep(double seconds) { [NSThread sleepForTimeInterval:seconds]; }
+
+void MacPlatform::runLoop(double seconds) {
+  [[NSRunLoop currentRunLoop] runUntilDate:[NSDate dateWithTimeIntervalSinceNow:seconds]];
+}
+
+std::string MacPlatform::newUuid() {
+  return toUtf8((__bridge CFStringRef)[[NSUUID UUID] UUIDString]);
+}
+
+void MacPlatform::requestStarted() { pools_.push_back(objc_autoreleasePoolPush()); }
+
+void MacPlatform::requestEnded() {
+  if (pools_.empty()) return;
+  objc_autoreleasePoolPop(pools_.back());
+  pools_.pop_back();
+}
+
+}  // namespace textport::mac
