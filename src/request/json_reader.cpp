@@ -95,6 +95,9 @@ class Builder {
 }  // namespace
 
 std::optional<JsonValue> parseJson(std::string_view text) {
+  // JSON text never holds a raw NUL byte, but the parser takes one as the end of its input and
+  // would accept whatever follows it.
+  if (text.find('\0') != std::string_view::npos) return std::nullopt;
   try {
     Builder builder;
     // A leading UTF-8 byte order mark is skipped by the parser, as the platform reader does.
