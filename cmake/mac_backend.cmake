@@ -48,7 +48,7 @@ if(CMAKE_CROSSCOMPILING AND _textport_arch_count GREATER 1)
     OUTPUT ${CMAKE_BINARY_DIR}/textport
     COMMAND ${TEXTPORT_LIPO} -create ${_textport_slices} -output ${CMAKE_BINARY_DIR}/textport
     DEPENDS ${_textport_slices} ${_textport_previous}
-    COMMENT "Joining ${TEXTPORT_MACOS_ARCHS} into one universal textport")
+    COMMENT "Joining the architectures into one universal textport")
   add_custom_target(textport_universal ALL DEPENDS ${CMAKE_BINARY_DIR}/textport)
   return()
 endif()
