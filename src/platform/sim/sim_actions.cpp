@@ -1,0 +1,174 @@
+// Happenings on the simulated desktop: the user's actions from the timeline, the
+// applications' reactions to Copy presses and Command-V, and what posted input does.
+#include <cstdio>
+
+#include "platform/sim/sim_desktop.h"
+#include "platform/sim/sim_text.h"
+
+namespace textport::sim {
+namespace {
+
+// The image an image-only copy writes: a PNG signature is enough to be "not text".
+const Bytes kImageBytes = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+constexpr const char* kImageType = "public.png";
+
+template <class... F>
+struct Overloaded : F... {
+  using F::operator()...;
+};
+template <class... F>
+Overloaded(F...) -> Overloaded<F...>;
+
+std::string number(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%g", value);
+  return text;
+}
+
+}  // namespace
+
+void SimDesktop::happened(std::string what, std::string detail) {
+  record_.happenings.push_back({clock_.now(), std::move(what), std::move(detail)});
+}
+
+void SimDesktop::insertText(SimNode& node, const std::string& text) {
+  std::u16string value = toUtf16(node.value.value_or(""));
+  const Range range = node.selectedRange.value_or(Range{static_cast<std::int64_t>(value.size()), 0});
+  const std::u16string inserted = toUtf16(text);
+  const auto loc = std::min<std::size_t>(static_cast<std::size_t>(range.location), value.size());
+  value.replace(loc, static_cast<std::size_t>(range.length), inserted);
+  node.value = toUtf8(value);
+  node.selectedRange = Range{static_cast<std::int64_t>(loc + inserted.size()), 0};
+}
+
+void SimDesktop::press(PostedEvent event, bool byUser) {
+  if (!byUser) record_.posted.push_back(event);
+  input_.apply(event);
+  // The keystroke goes to the application with keyboard focus: the frontmost one.
+  if (isCommandV(event) && frontmost_) {
+    const SimApp* app = world_.app(*frontmost_);
+    if (app && app->paste) {
+      timeline_.add({clock_.now() + app->paste->readDelay, std::nullopt, AppPasteReads{app->pid}});
+    }
+  }
+}
+
+void SimDesktop::fire(const SimAction& action) {
+  std::visit(
+      Overloaded{
+          [&](const KeyPress& key) {
+            happened("key", std::to_string(key.keyCode));
+            PostedEvent down{clock_.now(), EventType::keyDown, true, key.keyCode, key.flags,
+                             input_.pointer(), MouseButton::left};
+            press(down, true);
+            PostedEvent up = down;
+            up.type = EventType::keyUp;
+            press(up, true);
+          },
+          [&](const Click& click) {
+            const Point at = click.at.value_or(input_.pointer());
+            happened("click", number(at.x) + "," + number(at.y));
+            EventType downType = EventType::leftMouseDown;
+            if (click.button == MouseButton::right) downType = EventType::rightMouseDown;
+            if (click.button == MouseButton::center) downType = EventType::otherMouseDown;
+            press({clock_.now(), downType, false, 0, 0, at, click.button}, true);
+            if (click.button == MouseButton::left) {
+              press({clock_.now(), EventType::leftMouseUp, false, 0, 0, at, click.button}, true);
+            }
+          },
+          [&](const FocusMove& move) {
+            happened("focus", move.element);
+            SimNode* node = world_.node(move.element);
+            SimApp* app = node ? world_.app(node->pid) : nullptr;
+            if (!app) return;
+            app->focused = node->id;
+            if (auto window = world_.windowOf(node->id)) app->focusedWindow = window;
+          },
+          [&](const FrontmostSwitch& change) {
+            happened("frontmost", change.pid ? std::to_string(*change.pid) : "none");
+            frontmost_ = change.pid;
+          },
+          [&](const WindowSwitch& change) {
+            happened("focused_window", change.window);
+            SimNode* node = world_.node(change.window);
+            if (SimApp* app = node ? world_.app(node->pid) : nullptr) {
+              app->focusedWindow = node->id;
+            }
+          },
+          [&](const SelectionMove& move) {
+            happened("select", move.element);
+            if (SimNode* node = world_.node(move.element)) node->selectedRange = move.range;
+          },
+          [&](const TextEdit& edit) {
+            happened("edit", edit.element);
+            SimNode* node = world_.node(edit.element);
+            if (!node) return;
+            node->value = edit.value;
+            node->selectedRange =
+                edit.range.value_or(Range{static_cast<std::int64_t>(toUtf16(edit.value).size()), 0});
+          },
+          [&](const PasteboardChange& change) {
+            happened("pasteboard", std::to_string(change.items.size()) + " items");
+            pasteboard_.clear();
+            pasteboard_.write(change.items);
+            recordWrite("timeline", "write");
+          },
+          [&](const TrustChange& change) {
+            happened("trusted", change.trusted ? "true" : "false");
+            trusted_ = change.trusted;
+          },
+          [&](const AppCopyLands& copy) { landCopy(copy.pid); },
+          [&](const AppPasteReads& paste) { readPaste(paste.pid); },
+      },
+      action);
+}
+
+void SimDesktop::landCopy(Pid pid) {
+  const SimApp* app = world_.app(pid);
+  if (!app) return;
+  const CopyBehaviour copy = app->copy.value_or(CopyBehaviour{});
+  std::optional<Bytes> text;
+  switch (copy.writes) {
+    case CopyBehaviour::Writes::selection: {
+      const SimNode* node = app->focused ? world_.node(*app->focused) : nullptr;
+      const auto selected = node ? selectedTextOf(*node) : std::nullopt;
+      // Like a real application, an empty selection copies nothing.
+      if (selected && !selected->empty()) text = toBytes(*selected);
+      break;
+    }
+    case CopyBehaviour::Writes::text:
+      text = toBytes(copy.text);
+      break;
+    case CopyBehaviour::Writes::image:
+      happened("app_copy", "image");
+      pasteboard_.clear();
+      pasteboard_.setData(kImageType, kImageBytes);
+      recordWrite("app_copy", "write");
+      return;
+    case CopyBehaviour::Writes::nothing:
+      break;
+  }
+  if (!text) {
+    happened("app_copy", "nothing");
+    return;
+  }
+  happened("app_copy", toString(*text));
+  pasteboard_.clear();
+  pasteboard_.setData(kPlainTextType, *text);
+  recordWrite("app_copy", "write");
+}
+
+void SimDesktop::readPaste(Pid pid) {
+  SimApp* app = world_.app(pid);
+  if (!app) return;
+  const auto text = pasteboard_.data(kPlainTextType);
+  SimNode* node = app->focused ? world_.node(*app->focused) : nullptr;
+  if (!text || !node || !node->value) {
+    happened("app_paste", "nothing");
+    return;
+  }
+  happened("app_paste", toString(*text));
+  insertText(*node, toString(*text));
+}
+
+}  // namespace textport::sim

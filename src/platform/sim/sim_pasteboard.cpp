@@ -1,0 +1,51 @@
+#include "platform/sim/sim_pasteboard.h"
+
+namespace textport::sim {
+
+void SimPasteboard::load(std::vector<SimItem> items, std::int64_t changeCount) {
+  items_ = std::move(items);
+  changeCount_ = changeCount;
+}
+
+std::int64_t SimPasteboard::clear() {
+  items_.clear();
+  return ++changeCount_;
+}
+
+void SimPasteboard::setData(const std::string& type, Bytes data) {
+  if (items_.empty()) items_.emplace_back();
+  SimItem& first = items_.front();
+  ++changeCount_;
+  for (auto& representation : first) {
+    if (representation.type == type) {
+      representation.data = std::move(data);
+      return;
+    }
+  }
+  first.push_back({type, std::move(data)});
+}
+
+void SimPasteboard::write(std::vector<SimItem> items) {
+  for (auto& item : items) items_.push_back(std::move(item));
+  ++changeCount_;
+}
+
+std::optional<Bytes> SimPasteboard::data(const std::string& type) const {
+  if (items_.empty()) return std::nullopt;
+  for (const auto& representation : items_.front()) {
+    if (representation.type == type) return representation.data;
+  }
+  return std::nullopt;
+}
+
+std::size_t SimPasteboard::size() const {
+  std::size_t total = 0;
+  for (const auto& item : items_) {
+    for (const auto& representation : item) {
+      if (representation.data) total += representation.data->size();
+    }
+  }
+  return total;
+}
+
+}  // namespace textport::sim

@@ -1,0 +1,41 @@
+// The simulated general pasteboard: ordered items of (type, data) and a change count that
+// every change raises, whoever makes it.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/platform.h"
+
+namespace textport::sim {
+
+// A representation whose data is nothing is a promise that gives no data when read.
+using SimItem = PasteboardItemReading;
+
+class SimPasteboard {
+ public:
+  const std::vector<SimItem>& items() const { return items_; }
+  std::int64_t changeCount() const { return changeCount_; }
+  // Replaces the content without counting a change (world loading only).
+  void load(std::vector<SimItem> items, std::int64_t changeCount);
+
+  // Each of these is one change.
+  std::int64_t clear();
+  // Writes a type on the first item (replacing that type's data), creating the item if needed.
+  void setData(const std::string& type, Bytes data);
+  // Adds items after the existing ones.
+  void write(std::vector<SimItem> items);
+
+  // The first item's data for a type; nothing without an item, the type, or data for it.
+  std::optional<Bytes> data(const std::string& type) const;
+  // Sum of the byte lengths of all data.
+  std::size_t size() const;
+
+ private:
+  std::vector<SimItem> items_;
+  std::int64_t changeCount_ = 0;
+};
+
+}  // namespace textport::sim

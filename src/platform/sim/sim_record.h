@@ -1,0 +1,76 @@
+// What happened on the simulated desktop, in order: accessibility requests, timeout settings,
+// waits, posted events, pasteboard writes and the timeline's and applications' own doings.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/platform.h"
+#include "platform/sim/sim_events.h"
+
+namespace textport::sim {
+
+// Where the messaging timeout in force for a request came from.
+enum class TimeoutSource { element, process, platform };
+
+struct RequestEntry {
+  double time = 0;        // virtual time when the request began
+  std::string operation;  // "attribute", "parameterized", "set" or "action"
+  std::string name;       // attribute or action name
+  Pid pid = 0;            // owning process; 0 for the system-wide element
+  std::string element;    // node id, "application" or "system-wide"
+  double timeout = 0;     // seconds in force
+  TimeoutSource timeoutSource = TimeoutSource::platform;
+  AXError result = kAXErrorSuccess;
+};
+
+struct TimeoutEntry {
+  double time = 0;
+  Pid pid = 0;
+  std::string element;  // as in RequestEntry
+  float seconds = 0;
+};
+
+struct WaitEntry {
+  double time = 0;  // when the wait began
+  double seconds = 0;
+  bool runLoop = false;  // a run-loop turn rather than a sleep
+};
+
+struct PasteboardWriteEntry {
+  double time = 0;
+  // "textport" (the process under test), "timeline" or "app_copy".
+  std::string writer;
+  std::string operation;  // "clear", "set", "write"
+  std::vector<PasteboardItemReading> itemsAfter;
+  std::int64_t changeCount = 0;  // after the write
+};
+
+// A timeline entry or an application behaviour that took effect.
+struct HappeningEntry {
+  double time = 0;
+  std::string what;  // e.g. "key", "focus", "app_copy", "app_paste"
+  std::string detail;
+};
+
+struct SimRecord {
+  std::vector<RequestEntry> requests;
+  std::vector<TimeoutEntry> timeouts;
+  std::vector<WaitEntry> waits;
+  std::vector<PostedEvent> posted;  // posted by the process under test only
+  std::vector<PasteboardWriteEntry> pasteboardWrites;
+  std::vector<HappeningEntry> happenings;
+
+  // Pasteboard writes made by one writer.
+  std::size_t writesBy(std::string_view writer) const;
+  // Requests whose timeout in force was the platform's 6 s default (nobody set one).
+  std::size_t requestsOnPlatformDefault() const;
+  // Requests with this operation and name ("attribute", "AXFocusedUIElement").
+  std::size_t count(std::string_view operation, std::string_view name) const;
+};
+
+std::string_view toString(TimeoutSource source);
+
+}  // namespace textport::sim

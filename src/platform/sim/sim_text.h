@@ -1,0 +1,30 @@
+// Text helpers of the simulated desktop: UTF-8 <-> UTF-16 (accessibility ranges count UTF-16
+// code units) and the byte encodings that world files use (base64, hex).
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/platform.h"
+
+namespace textport::sim {
+
+// UTF-16 code units of UTF-8 text; invalid bytes become U+FFFD.
+std::u16string toUtf16(std::string_view utf8);
+// UTF-8 of UTF-16 code units; a lone surrogate becomes U+FFFD.
+std::string toUtf8(std::u16string_view utf16);
+// Whether the bytes are well-formed UTF-8.
+bool isUtf8(const Bytes& bytes);
+
+// Standard base64 with padding.
+std::string toBase64(const Bytes& bytes);
+// The bytes of standard base64 text, or nothing when it is malformed.
+std::optional<Bytes> fromBase64(std::string_view text);
+// The bytes of hexadecimal text (pairs of digits, either case), or nothing when malformed.
+std::optional<Bytes> fromHex(std::string_view text);
+
+inline Bytes toBytes(std::string_view text) { return Bytes(text.begin(), text.end()); }
+inline std::string toString(const Bytes& bytes) { return std::string(bytes.begin(), bytes.end()); }
+
+}  // namespace textport::sim
