@@ -1,7 +1,11 @@
 #include "request/json_writer.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <string_view>
 
 #include "request/utf8.h"
@@ -9,6 +13,36 @@
 namespace textport {
 
 namespace {
+
+template <class D>
+concept FloatToChars = requires(char* p, D d) { std::to_chars(p, p, d); };
+
+// std::to_chars(first, last, d). The C++ library of older macOS SDKs has no floating-point
+// to_chars; there the same text is made with printf: the fewest significant digits that read
+// back as d, in fixed or scientific form, whichever is shorter (fixed on a tie).
+template <class D>
+std::to_chars_result shortestDouble(char* first, char* last, D d) {
+  if constexpr (FloatToChars<D>) {
+    return std::to_chars(first, last, d);
+  } else {
+    char scientific[32];
+    for (int digits = 1; digits <= 17; ++digits) {
+      std::snprintf(scientific, sizeof scientific, "%.*e", digits - 1, d);
+      if (std::strtod(scientific, nullptr) != d) continue;
+      const int exponent = std::atoi(std::strchr(scientific, 'e') + 1);
+      char fixed[352];
+      const int decimals = exponent >= digits - 1 ? 0 : digits - 1 - exponent;
+      std::snprintf(fixed, sizeof fixed, "%.*f", decimals, d);
+      const std::string_view f(fixed), e(scientific);
+      const std::string_view text = f.size() <= e.size() ? f : e;
+      if (text.size() > static_cast<std::size_t>(last - first)) {
+        return {last, std::errc::value_too_large};
+      }
+      return {std::copy(text.begin(), text.end(), first), std::errc{}};
+    }
+    return {first, std::errc::invalid_argument};
+  }
+}
 
 class Writer {
  public:
@@ -55,7 +89,7 @@ class Writer {
       return write(static_cast<std::int64_t>(d));
     }
     char buffer[32];
-    auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, d);  // shortest round trip
+    auto [end, ec] = shortestDouble(buffer, buffer + sizeof buffer, d);  // shortest round trip
     out_.append(buffer, end);
     return ec == std::errc{};
   }
