@@ -14,7 +14,9 @@ AXUIElementRef axElement(const Element& element) {
 }
 }  // namespace
 
-bool MacPlatform::isProcessTrusted() { return AXIsProcessTrusted(); }
+bool MacPlatform::isProcessTrusted() {
+  return AXIsProcessTrusted();
+}
 
 Element MacPlatform::createApplicationElement(Pid pid) {
   return wrap<Element>(CFHandle<AXUIElementRef>::adopt(AXUIElementCreateApplication(pid)));
@@ -50,8 +52,8 @@ AXResult MacPlatform::copyParameterizedAttributeValue(const Element& element,
   const auto platformParameter = toCFObject(parameter);
   if (!axElement(element) || !name || !platformParameter) return {kAXErrorIllegalArgument, {}};
   CFTypeRef out = nullptr;
-  const AXError error = AXUIElementCopyParameterizedAttributeValue(
-      axElement(element), name.get(), platformParameter.get(), &out);
+  const AXError error = AXUIElementCopyParameterizedAttributeValue(axElement(element), name.get(),
+                                                                   platformParameter.get(), &out);
   const auto owned = CFHandle<CFTypeRef>::adopt(out);
   if (error != kAXErrorSuccess) return {error, {}};
   return {error, toValue(owned.get())};

@@ -35,10 +35,9 @@ Event MacPlatform::createKeyboardEvent(const EventSource& source, std::uint16_t 
 
 Event MacPlatform::createMouseEvent(const EventSource& source, EventType type, Point location,
                                     MouseButton button) {
-  return wrap<Event>(CFHandle<CGEventRef>::adopt(
-      CGEventCreateMouseEvent(eventSource(source), static_cast<CGEventType>(type),
-                              CGPointMake(location.x, location.y),
-                              static_cast<CGMouseButton>(button))));
+  return wrap<Event>(CFHandle<CGEventRef>::adopt(CGEventCreateMouseEvent(
+      eventSource(source), static_cast<CGEventType>(type), CGPointMake(location.x, location.y),
+      static_cast<CGMouseButton>(button))));
 }
 
 std::optional<Point> MacPlatform::pointerLocation() {

@@ -8,7 +8,9 @@
 namespace textport::mac {
 
 namespace {
-NSPasteboard* general() { return [NSPasteboard generalPasteboard]; }
+NSPasteboard* general() {
+  return [NSPasteboard generalPasteboard];
+}
 
 NSString* toNSString(const std::string& utf8) {
   return [[NSString alloc] initWithBytes:utf8.data()
@@ -16,7 +18,9 @@ NSString* toNSString(const std::string& utf8) {
                                 encoding:NSUTF8StringEncoding];
 }
 
-NSData* toNSData(const Bytes& bytes) { return [NSData dataWithBytes:bytes.data() length:bytes.size()]; }
+NSData* toNSData(const Bytes& bytes) {
+  return [NSData dataWithBytes:bytes.data() length:bytes.size()];
+}
 
 Bytes toBytes(NSData* data) {
   const auto* begin = static_cast<const std::uint8_t*>(data.bytes);
@@ -38,9 +42,13 @@ std::vector<PasteboardItemReading> MacPlatform::pasteboardItems() {
   return items;
 }
 
-std::int64_t MacPlatform::pasteboardChangeCount() { return [general() changeCount]; }
+std::int64_t MacPlatform::pasteboardChangeCount() {
+  return [general() changeCount];
+}
 
-std::int64_t MacPlatform::clearPasteboard() { return [general() clearContents]; }
+std::int64_t MacPlatform::clearPasteboard() {
+  return [general() clearContents];
+}
 
 bool MacPlatform::setPasteboardString(const std::string& text, const std::string& type) {
   NSString* string = toNSString(text);

@@ -6,6 +6,8 @@
 
 namespace textport {
 
-std::unique_ptr<Platform> makeHostPlatform() { return std::make_unique<mac::MacPlatform>(); }
+std::unique_ptr<Platform> makeHostPlatform() {
+  return std::make_unique<mac::MacPlatform>();
+}
 
 }  // namespace textport

@@ -25,7 +25,9 @@ double MacPlatform::now() {
   return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
 }
 
-void MacPlatform::sleep(double seconds) { [NSThread sleepForTimeInterval:seconds]; }
+void MacPlatform::sleep(double seconds) {
+  [NSThread sleepForTimeInterval:seconds];
+}
 
 void MacPlatform::runLoop(double seconds) {
   [[NSRunLoop currentRunLoop] runUntilDate:[NSDate dateWithTimeIntervalSinceNow:seconds]];
@@ -35,7 +37,9 @@ std::string MacPlatform::newUuid() {
   return toUtf8((__bridge CFStringRef)[[NSUUID UUID] UUIDString]);
 }
 
-void MacPlatform::requestStarted() { pools_.push_back(objc_autoreleasePoolPush()); }
+void MacPlatform::requestStarted() {
+  pools_.push_back(objc_autoreleasePoolPush());
+}
 
 void MacPlatform::requestEnded() {
   if (pools_.empty()) return;

@@ -22,9 +22,9 @@ std::string toUtf8(CFStringRef string) {
 }
 
 CFHandle<CFStringRef> toCFString(const std::string& utf8) {
-  return CFHandle<CFStringRef>::adopt(CFStringCreateWithBytes(
-      kCFAllocatorDefault, reinterpret_cast<const UInt8*>(utf8.data()),
-      static_cast<CFIndex>(utf8.size()), kCFStringEncodingUTF8, false));
+  return CFHandle<CFStringRef>::adopt(
+      CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(utf8.data()),
+                              static_cast<CFIndex>(utf8.size()), kCFStringEncodingUTF8, false));
 }
 
 namespace {
@@ -82,12 +82,15 @@ Value toValue(CFTypeRef object) {
   if (!object) return Value();
   const CFTypeID type = CFGetTypeID(object);
   if (type == AXUIElementGetTypeID()) return wrap<Element>(CFHandle<CFTypeRef>::retain(object));
-  if (type == CFBooleanGetTypeID()) return static_cast<bool>(CFBooleanGetValue(static_cast<CFBooleanRef>(object)));
+  if (type == CFBooleanGetTypeID()) {
+    return static_cast<bool>(CFBooleanGetValue(static_cast<CFBooleanRef>(object)));
+  }
   if (type == CFNumberGetTypeID()) return fromNumber(static_cast<CFNumberRef>(object));
   if (type == CFStringGetTypeID()) return toUtf8(static_cast<CFStringRef>(object));
   if (type == AXValueGetTypeID()) return fromAXValue(static_cast<AXValueRef>(object), object);
   if (type == CFAttributedStringGetTypeID()) {
-    return AttributedString{toUtf8(CFAttributedStringGetString(static_cast<CFAttributedStringRef>(object)))};
+    return AttributedString{
+        toUtf8(CFAttributedStringGetString(static_cast<CFAttributedStringRef>(object)))};
   }
   if (type == CFArrayGetTypeID()) {
     const auto array = static_cast<CFArrayRef>(object);
@@ -112,10 +115,12 @@ CFHandle<CFTypeRef> toCFObject(const Value& value) {
           return CFHandle<CFTypeRef>::retain(v ? kCFBooleanTrue : kCFBooleanFalse);
         } else if constexpr (std::is_same_v<T, std::int64_t>) {
           const std::int64_t n = v;
-          return CFHandle<CFTypeRef>::adopt(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt64Type, &n));
+          return CFHandle<CFTypeRef>::adopt(
+              CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt64Type, &n));
         } else if constexpr (std::is_same_v<T, double>) {
           const double d = v;
-          return CFHandle<CFTypeRef>::adopt(CFNumberCreate(kCFAllocatorDefault, kCFNumberFloat64Type, &d));
+          return CFHandle<CFTypeRef>::adopt(
+              CFNumberCreate(kCFAllocatorDefault, kCFNumberFloat64Type, &d));
         } else if constexpr (std::is_same_v<T, std::string>) {
           return CFHandle<CFTypeRef>::retain(toCFString(v).get());
         } else if constexpr (std::is_same_v<T, Element> || std::is_same_v<T, Opaque>) {
@@ -145,9 +150,9 @@ CFHandle<CFTypeRef> toCFObject(const Value& value) {
           static_assert(std::is_same_v<T, AttributedString>);
           const auto text = toCFString(v.text);
           if (!text) return {};  // not UTF-8: there is no string to attribute
-          const auto noAttributes = CFHandle<CFDictionaryRef>::adopt(CFDictionaryCreate(
-              kCFAllocatorDefault, nullptr, nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
-              &kCFTypeDictionaryValueCallBacks));
+          const auto noAttributes = CFHandle<CFDictionaryRef>::adopt(
+              CFDictionaryCreate(kCFAllocatorDefault, nullptr, nullptr, 0,
+                                 &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
           return CFHandle<CFTypeRef>::adopt(
               CFAttributedStringCreate(kCFAllocatorDefault, text.get(), noAttributes.get()));
         }

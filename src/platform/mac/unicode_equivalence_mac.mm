@@ -12,9 +12,9 @@ namespace textport {
 namespace {
 // The NFD form, or null when the bytes are not UTF-8.
 mac::CFHandle<CFMutableStringRef> decomposed(std::string_view utf8) {
-  const auto string = mac::CFHandle<CFStringRef>::adopt(CFStringCreateWithBytes(
-      kCFAllocatorDefault, reinterpret_cast<const UInt8*>(utf8.data()),
-      static_cast<CFIndex>(utf8.size()), kCFStringEncodingUTF8, false));
+  const auto string = mac::CFHandle<CFStringRef>::adopt(
+      CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(utf8.data()),
+                              static_cast<CFIndex>(utf8.size()), kCFStringEncodingUTF8, false));
   if (!string) return {};
   auto mutableString = mac::CFHandle<CFMutableStringRef>::adopt(
       CFStringCreateMutableCopy(kCFAllocatorDefault, 0, string.get()));
