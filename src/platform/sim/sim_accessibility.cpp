@@ -1,5 +1,6 @@
 // Accessibility requests on the simulated desktop: who answers, how long it takes, and the
 // messaging timeouts that bound it.
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -106,7 +107,12 @@ SimDesktop::Request SimDesktop::beginRequest(const Element& element, const char*
     const SimElement& e = *request.element;
     const bool hung = (e.kind != ElementKind::systemWide || name == "AXFocusedUIElement") &&
                       hungFor(e);
-    const double cost = hung ? std::numeric_limits<double>::infinity() : latencyOf(e);
+    double cost = hung ? std::numeric_limits<double>::infinity() : latencyOf(e);
+    if (e.kind == ElementKind::systemWide && name == "AXFocusedUIElement") {
+      // Answered by the frontmost application, so it is as slow as that application.
+      const SimApp* front = frontmost_ ? world_.app(*frontmost_) : nullptr;
+      if (front) cost = std::max(cost, front->latency);
+    }
     if (cost > timeout) {
       advance(timeout);  // the caller waits exactly the timeout, then gives up
       request.admitted = kAXErrorCannotComplete;

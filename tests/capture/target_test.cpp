@@ -1,0 +1,180 @@
+// The "target" action on worlds that behave like the desktops users run.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "capture/target_description.h"
+#include "support/desk.h"
+
+namespace textport {
+namespace {
+
+using testing::Desk;
+using testing::pasteboardText;
+using testing::wire;
+
+std::string worldFile(const std::string& name) {
+  std::ifstream in(std::string(TEXTPORT_SOURCE_DIR) + "/tests/worlds/" + name);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+JsonObject capture(Desk& desk, bool selection = true) {
+  return targetAction(desk.session, JsonObject{{"action", "target"}, {"selection", selection}});
+}
+
+const std::vector<std::string> kVerify = {"textport", "--verify-selection"};
+const std::vector<std::string> kPlain = {"textport"};
+
+struct Case {
+  const char* world;
+  std::vector<std::string> arguments;
+  bool selection;
+  const char* answer;
+};
+
+TEST(Target, AnswersEachDesktopByteForByte) {
+  const Case cases[] = {
+      {"editor.json", kPlain, true,
+       R"({"bundle":"com.apple.TextEdit","captureToken":"00000000-0000-4000-8000-000000000001","identifier":"body","length":5,"name":"TextEdit","offset":6,"pid":501,"role":"AXTextArea","selection":"world","selection_source":"accessibility","target_mode":"focused","window":7})"},
+      {"editor.json", kPlain, false,
+       R"({"bundle":"com.apple.TextEdit","identifier":"body","length":5,"name":"TextEdit","offset":6,"pid":501,"role":"AXTextArea","target_mode":"focused","window":7})"},
+      {"text_marker.json", kPlain, true,
+       R"({"bundle":"com.example.browser","captureToken":"00000000-0000-4000-8000-000000000001","identifier":"comment","length":12,"name":"Browser","offset":7,"pid":502,"role":"AXTextArea","selection":"marked words","selection_source":"accessibility","target_mode":"focused","window":3})"},
+      {"copy_route.json", kPlain, true,
+       R"({"bundle":"com.example.terminal","captureToken":"00000000-0000-4000-8000-000000000001","identifier":"shell","length":11,"name":"Terminal","offset":7,"pid":503,"role":"AXTextArea","selection":"copied text","selection_source":"copy","target_mode":"focused","window":11})"},
+      // The field reports a selection it cannot hand over: the parent learns that there was one.
+      {"copy_disabled.json", kPlain, true,
+       R"({"bundle":"com.example.terminal","captureToken":"00000000-0000-4000-8000-000000000001","identifier":"shell","length":11,"name":"Terminal","offset":7,"pid":503,"role":"AXTextArea","selection_error":true,"target_mode":"focused","window":11})"},
+      {"copy_image_only.json", kPlain, true,
+       R"({"bundle":"com.example.terminal","captureToken":"00000000-0000-4000-8000-000000000001","identifier":"shell","length":11,"name":"Terminal","offset":7,"pid":503,"role":"AXTextArea","selection_error":true,"target_mode":"focused","window":11})"},
+      {"copy_never_writes.json", kPlain, true,
+       R"({"bundle":"com.example.terminal","captureToken":"00000000-0000-4000-8000-000000000001","identifier":"shell","length":11,"name":"Terminal","offset":7,"pid":503,"role":"AXTextArea","selection_error":true,"target_mode":"focused","window":11})"},
+      {"password.json", kPlain, true,
+       R"({"bundle":"com.example.login","captureToken":"00000000-0000-4000-8000-000000000001","identifier":"pw","length":7,"name":"Login","offset":0,"pid":800,"role":"AXTextField","selection_error":true,"target_mode":"focused","window":2})"},
+      // In a chat composer the selection keys are never reported.
+      {"chat_composer_focused.json", kPlain, true,
+       R"({"bundle":"com.tencent.xinWeChat","captureToken":"00000000-0000-4000-8000-000000000001","identifier":"chatInput","length":0,"name":"WeChat","offset":5,"pid":600,"role":"AXTextArea","target_mode":"composer","window":42})"},
+      {"chat_composer_search.json", kPlain, false,
+       R"({"bundle":"com.tencent.xinWeChat","identifier":"chatInput","length":0,"name":"WeChat","offset":5,"pid":600,"role":"AXTextArea","target_mode":"composer","window":42})"},
+      {"chat_unfocused.json", kPlain, true,
+       R"({"bundle":"com.tencent.xinWeChat","captureToken":"00000000-0000-4000-8000-000000000001","identifier":"chatInput","length":0,"name":"WeChat","offset":5,"pid":600,"role":"AXTextArea","target_mode":"composer","window":42})"},
+      {"chat_two_composers.json", kPlain, true,
+       R"({"bundle":"com.tencent.xinWeChat","capture_reason":"focused_element_unavailable","name":"WeChat","pid":600,"target_mode":"unavailable"})"},
+      {"chat_window_paste.json", kPlain, true,
+       R"({"bundle":"com.tencent.xinWeChat","captureToken":"00000000-0000-4000-8000-000000000001","identifier":"","name":"WeChat","pid":600,"role":"AXWindow","target_mode":"window_paste","window":42})"},
+      // With the verification flag the opaque fixture hides its focus and skips the search.
+      {"fixture_opaque.json", kVerify, false,
+       R"({"bundle":"app.tamsel.fixtureopaque","identifier":"","name":"Opaque Fixture","pid":600,"role":"AXWindow","target_mode":"window_paste","window":42})"},
+      {"fixture_opaque.json", kPlain, false,
+       R"({"bundle":"app.tamsel.fixtureopaque","identifier":"chatInput","length":0,"name":"Opaque Fixture","offset":5,"pid":600,"role":"AXTextArea","target_mode":"composer","window":42})"},
+      {"hung.json", kPlain, true,
+       R"({"bundle":"com.example.frozen","capture_reason":"focused_element_unavailable","name":"Frozen","pid":700,"target_mode":"unavailable"})"},
+      {"slow.json", kPlain, true,
+       R"({"bundle":"com.example.sluggish","capture_reason":"focused_element_unavailable","name":"Sluggish","pid":700,"target_mode":"unavailable"})"},
+  };
+  for (const Case& c : cases) {
+    Desk desk(worldFile(c.world), c.arguments);
+    const std::string before = pasteboardText(desk.sim());
+    EXPECT_EQ(wire(capture(desk, c.selection)), c.answer) << c.world;
+    EXPECT_EQ(pasteboardText(desk.sim()), before) << c.world << ": the user's pasteboard changed";
+    EXPECT_EQ(desk.sim().record().requestsOnPlatformDefault(), 0u)
+        << c.world << ": an accessibility request ran without a timeout of ours";
+  }
+}
+
+TEST(Target, WithoutTrustReportsOnlyTheApplicationEvenWhenAskedToCapture) {
+  Desk desk(worldFile("editor.json"));
+  desk.sim().setTrusted(false);
+  EXPECT_EQ(wire(capture(desk)),
+            R"({"bundle":"com.apple.TextEdit","capture_reason":"accessibility_unavailable","name":"TextEdit","pid":501,"target_mode":"unavailable"})");
+  EXPECT_EQ(desk.session.capturedElements.size(), 0u);
+  for (const auto& request : desk.sim().record().requests) {
+    EXPECT_EQ(request.element, "system-wide") << "asked the application for " << request.name;
+  }
+}
+
+TEST(Target, WithoutAFrontmostApplicationTheDescriptionIsEmpty) {
+  Desk desk("{}");
+  EXPECT_EQ(wire(capture(desk)), "{}");
+}
+
+TEST(Target, SelectionThatIsNotABooleanCountsAsFalse) {
+  for (const JsonValue& selection : {JsonValue("true"), JsonValue(1), JsonValue(nullptr)}) {
+    Desk desk(worldFile("editor.json"));
+    JsonObject answer =
+        targetAction(desk.session, JsonObject{{"action", "target"}, {"selection", selection}});
+    EXPECT_FALSE(answer.count("captureToken"));
+    EXPECT_FALSE(answer.count("selection"));
+    EXPECT_EQ(desk.session.capturedElements.size(), 0u);
+  }
+}
+
+TEST(Target, ReportsSelectionsUpToTwentyThousandBytes) {
+  for (std::size_t size : {20000u, 20001u}) {
+    // Two-byte characters so that the limit is in bytes, not characters.
+    std::string text;
+    for (std::size_t i = 0; i < size / 2; ++i) text += "\xC3\xA9";
+    if (size % 2) text += "x";
+    Desk desk(R"({"frontmost": 1, "apps": [{"pid": 1, "focused": "f", "tree": {"children": [
+      {"id": "w", "children": [{"id": "f", "role": "AXTextArea", "value": ")" + text +
+              R"(", "selected_range": [0, )" + std::to_string(size / 2 + size % 2) + "]}]}]}}]}");
+    JsonObject answer = capture(desk);
+    if (size == 20000) {
+      EXPECT_EQ(*readString(answer, "selection"), text);
+    } else {
+      EXPECT_FALSE(answer.count("selection"));
+      EXPECT_EQ(answer["selection_error"], JsonValue(true));
+    }
+  }
+}
+
+TEST(Target, FocusedElementWithoutAWindowHasNoWindowKeyAndAnUnreadableNumberIsZero) {
+  Desk noWindow(R"({"frontmost": 1, "apps": [{"pid": 1, "focused": "f",
+    "tree": {"attributes": {"AXFocusedWindow": null}, "children": [
+      {"id": "w", "children": [{"id": "f", "role": "AXTextField", "value": "x"}]}]}}]})");
+  EXPECT_FALSE(capture(noWindow, false).count("window"));
+  Desk unnumbered(R"({"frontmost": 1, "apps": [{"pid": 1, "focused": "f", "tree": {"children": [
+      {"id": "w", "attributes": {"AXWindowNumber": "seven"},
+       "children": [{"id": "f", "role": "AXTextField", "value": "x"}]}]}}]})");
+  EXPECT_EQ(capture(unnumbered, false)["window"], JsonValue(0));
+}
+
+TEST(Target, TextCopiedWithoutAFocusedElementIsReportedWithoutAToken) {
+  std::string world = worldFile("copy_route.json");
+  world.replace(world.find(R"("focused": "screen",)"), 20, "");
+  Desk desk(world);
+  // Without a focused field the Copy behaviour has no selection of its own to write.
+  desk.sim().world().app(503)->copy->writes = sim::CopyBehaviour::Writes::text;
+  desk.sim().world().app(503)->copy->text = "from the menu";
+  EXPECT_EQ(wire(capture(desk)),
+            R"({"bundle":"com.example.terminal","capture_reason":"focused_element_unavailable","name":"Terminal","pid":503,"selection":"from the menu","selection_source":"copy","target_mode":"unavailable"})");
+  EXPECT_EQ(desk.session.capturedElements.size(), 0u);
+}
+
+// Bounds on virtual time follow from the timeouts: 0.3 s per request on the application,
+// 0.15 s for the system-wide fallback, 0.7 s for a composer search.
+TEST(Target, AnApplicationThatDoesNotAnswerCostsAtMostItsTimeouts) {
+  for (const char* world : {"hung.json", "slow.json"}) {
+    Desk desk(worldFile(world));
+    capture(desk);
+    // Focused element (0.3) + system-wide fallback + focused window (0.3) + menu bar (0.3).
+    EXPECT_LE(desk.sim().time(), 0.3 + 0.15 + 0.3 + 0.3 + 0.01) << world;
+    EXPECT_EQ(desk.sim().record().requestsOnPlatformDefault(), 0u) << world;
+  }
+}
+
+TEST(Target, AHungChatApplicationStaysWithinTheSearchBudget) {
+  std::string world = worldFile("chat_unfocused.json");
+  world.replace(world.find(R"("pid": 600,)"), 11, R"("pid": 600, "latency": 0.07,)");
+  Desk desk(world);
+  capture(desk, false);
+  // Each visited element costs two requests of 0.07 s; the walk stops at the 0.7 s deadline
+  // after finishing the element in hand (a text area costs five more requests).
+  EXPECT_LT(desk.sim().time(), 0.3 * 4 + 0.15 * 2 + 0.7 + 7 * 0.08);
+}
+
+}  // namespace
+}  // namespace textport
