@@ -153,7 +153,7 @@ TEST(RequestLoop, FramesOneAnswerLinePerInputLine) {
 }
 
 TEST(RequestLoop, AnswersAMultiMegabyteLineAndOpensAScopeForEveryRequest) {
-  const std::string text(4 << 20, 'x');
+  const std::string text(2 << 20, 'x');
   const Served served =
       serveWith(kDaemon, "{\"action\":\"copy\",\"text\":\"" + text + "\"}\n\n{\"action\":\"x\"}");
   EXPECT_EQ(served.output, std::string("{\"status\":\"copied\"}\n") + kInvalid + kUnknown);
