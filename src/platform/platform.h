@@ -129,6 +129,7 @@ struct RunningApp {
 struct PasteboardRepresentation {
   std::string type;
   std::optional<Bytes> data;
+  friend bool operator==(const PasteboardRepresentation&, const PasteboardRepresentation&) = default;
 };
 using PasteboardItemReading = std::vector<PasteboardRepresentation>;
 

@@ -1,0 +1,183 @@
+// Copying the selection through the Copy menu item: the text comes back, and so does the
+// user's pasteboard, unless someone newer wrote to it.
+#include "accessibility/copy_selection.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <functional>
+#include <sstream>
+
+#include "accessibility/element_helpers.h"
+#include "support/desk.h"
+
+namespace textport {
+namespace {
+
+using testing::Desk;
+using testing::pasteboardText;
+
+constexpr Pid kTerminal = 503;
+
+std::string copyRouteWorld() {
+  std::ifstream in(std::string(TEXTPORT_SOURCE_DIR) + "/tests/worlds/copy_route.json");
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+std::optional<std::string> copyFrom(Desk& desk, std::optional<std::int64_t> length = {}) {
+  Element application = applicationElement(desk.sim(), kTerminal, kApplicationTimeout);
+  return copySelection(desk.sim(), application, kTerminal, length);
+}
+
+std::size_t presses(const Desk& desk) { return desk.desktop->record().count("action", "AXPress"); }
+
+void setPasteboard(Desk& desk, std::vector<sim::SimItem> items) {
+  desk.sim().pasteboard().load(std::move(items), 100);
+}
+
+TEST(CopySelection, ReturnsTheCopiedTextAndRestoresEveryItemAndType) {
+  const std::vector<std::vector<sim::SimItem>> contents = {
+      {},  // an empty pasteboard is empty again
+      {{{"public.utf8-plain-text", Bytes{'h', 'i'}}, {"public.png", Bytes{0x89, 0, 0xff}}},
+       {{"com.example.private", Bytes{0, 1, 2}}}},
+      {{{"public.html", Bytes{'<', 'b', '>'}}, {"public.rtf", Bytes{'{', '}'}}}},
+  };
+  for (const auto& items : contents) {
+    Desk desk(copyRouteWorld());
+    setPasteboard(desk, items);
+    const std::string before = pasteboardText(desk.sim());
+    EXPECT_EQ(copyFrom(desk), "copied text");
+    EXPECT_EQ(pasteboardText(desk.sim()), before);
+  }
+}
+
+TEST(CopySelection, AnItemWhoseDataCannotBeReadIsRestoredAsAnEmptyItem) {
+  Desk desk(copyRouteWorld());
+  setPasteboard(desk, {{{"com.example.promised", std::nullopt}},
+                       {{"public.utf8-plain-text", Bytes{'a'}}}});
+  EXPECT_EQ(copyFrom(desk), "copied text");
+  EXPECT_EQ(pasteboardText(desk.sim()), "[][public.utf8-plain-text=a;]");
+}
+
+TEST(CopySelection, ANewerClipboardWriteIsNeverOverwritten) {
+  // A first run finds when the copy is restored; the second lets another program write just
+  // before that moment, after the copy has arrived.
+  Desk probe(copyRouteWorld());
+  probe.sim().world().system.latency = 0.01;
+  copyFrom(probe);
+  const auto& writes = probe.sim().record().pasteboardWrites;
+  ASSERT_FALSE(writes.empty());
+  const double restoredAt = writes.back().time;
+
+  Desk desk(copyRouteWorld());
+  desk.sim().world().system.latency = 0.01;
+  ASSERT_FALSE(desk.sim().schedule(R"({"at": )" + std::to_string(restoredAt - 0.005) +
+                                   R"(, "pasteboard": [[{"type": "public.utf8-plain-text", "text": "newer"}]]})"));
+  EXPECT_EQ(copyFrom(desk), "copied text");
+  EXPECT_EQ(pasteboardText(desk.sim()), "[public.utf8-plain-text=newer;]");
+  EXPECT_EQ(desk.sim().record().writesBy("textport"), 0u);
+}
+
+TEST(CopySelection, GivesNothingButRestoresWhenTheCopyHasNoTextOrTheAppChanged) {
+  Desk image(copyRouteWorld());
+  image.sim().world().app(kTerminal)->copy->writes = sim::CopyBehaviour::Writes::image;
+  const std::string before = pasteboardText(image.sim());
+  EXPECT_EQ(copyFrom(image), std::nullopt);
+  EXPECT_EQ(pasteboardText(image.sim()), before);
+
+  std::string world = copyRouteWorld();
+  world.replace(world.rfind(']'), 1, R"(, {"pid": 9, "bundle": "com.example.other"}])");
+  Desk switched(world);
+  ASSERT_FALSE(switched.sim().schedule(R"({"at": 0.05, "frontmost": 9})"));
+  EXPECT_EQ(copyFrom(switched), std::nullopt);
+  EXPECT_EQ(pasteboardText(switched.sim()), before);
+}
+
+TEST(CopySelection, AnEmptyCopiedTextIsTextNotNothing) {
+  Desk desk(copyRouteWorld());
+  desk.sim().world().app(kTerminal)->copy->writes = sim::CopyBehaviour::Writes::text;
+  desk.sim().world().app(kTerminal)->copy->text = "";
+  EXPECT_EQ(copyFrom(desk), "");
+}
+
+TEST(CopySelection, LeavesThePasteboardAloneWhenItDoesNotPress) {
+  struct Case {
+    const char* behaviour;
+    std::function<void(Desk&)> arrange;
+    std::optional<std::int64_t> length;
+    std::size_t expectedPresses;
+  };
+  const Case cases[] = {
+      {"an empty selection", [](Desk&) {}, 0, 0},
+      {"another application in front", [](Desk& d) { d.sim().setFrontmost(std::nullopt); }, {}, 0},
+      {"the press fails",
+       [](Desk& d) { d.sim().world().app(kTerminal)->copy->pressError = kAXErrorCannotComplete; },
+       {}, 1},
+      {"the application never writes",
+       [](Desk& d) { d.sim().world().app(kTerminal)->copy->writes = sim::CopyBehaviour::Writes::nothing; },
+       {}, 1},
+  };
+  for (const Case& c : cases) {
+    Desk desk(copyRouteWorld());
+    c.arrange(desk);
+    EXPECT_EQ(copyFrom(desk, c.length), std::nullopt) << c.behaviour;
+    EXPECT_EQ(presses(desk), c.expectedPresses) << c.behaviour;
+    EXPECT_EQ(desk.sim().record().writesBy("textport"), 0u) << c.behaviour;
+  }
+  Desk empty(copyRouteWorld());
+  copyFrom(empty, 0);
+  EXPECT_TRUE(empty.sim().record().requests.empty()) << "an empty selection asks nothing";
+}
+
+TEST(CopySelection, WaitsAtMostSixHundredFiftyMillisecondsForTheCopy) {
+  Desk desk(copyRouteWorld());
+  desk.sim().world().app(kTerminal)->copy->writes = sim::CopyBehaviour::Writes::nothing;
+  copyFrom(desk);
+  double slept = 0;
+  for (const auto& wait : desk.sim().record().waits) slept += wait.runLoop ? 0 : wait.seconds;
+  EXPECT_GE(slept, 0.65 - 1e-9);
+  EXPECT_LE(slept, 0.65 + 0.015 + 1e-9);
+}
+
+TEST(CopySelection, SavesAtMostTenMebibytes) {
+  for (std::size_t size : {kMaxSavedPasteboardBytes, kMaxSavedPasteboardBytes + 1}) {
+    Desk desk(copyRouteWorld());
+    setPasteboard(desk, {{{"public.data", Bytes(size - 1, 7)}, {"public.utf8-plain-text", Bytes{'x'}}}});
+    const auto before = desk.sim().pasteboardContents();
+    EXPECT_EQ(copyFrom(desk).has_value(), size == kMaxSavedPasteboardBytes);
+    EXPECT_EQ(presses(desk), size == kMaxSavedPasteboardBytes ? 1u : 0u);
+    EXPECT_TRUE(desk.sim().pasteboardContents() == before);
+  }
+}
+
+// The Copy item is the first enabled Command-C item in breadth-first order.
+TEST(CopyMenu, FindsTheFirstEnabledCommandCItem) {
+  struct Case {
+    const char* items;
+    const char* expected;
+  };
+  const Case cases[] = {
+      {R"({"id": "a", "cmd_char": "C", "enabled": true})", "a"},
+      {R"({"id": "a", "cmd_char": "c", "cmd_modifiers": 1, "enabled": true},
+          {"id": "b", "cmd_char": "c", "cmd_modifiers": 0, "enabled": true})", "b"},
+      {R"({"id": "a", "cmd_char": "c", "enabled": false}, {"id": "b", "cmd_char": "c"},
+          {"id": "c", "cmd_char": "c", "enabled": true})", "c"},
+      {R"({"id": "a", "cmd_char": "v", "enabled": true})", ""},
+      {R"({"id": "a", "cmd_char": "c", "attributes": {"AXEnabled": 1}})", ""},
+  };
+  for (const Case& c : cases) {
+    Desk desk(std::string(R"({"apps": [{"pid": 1, "menu_bar": {"id": "bar", "children": [
+      {"id": "menu", "role": "AXMenuBarItem", "children": [)") + c.items + "]}]}}]}");
+    auto found = copyMenu(desk.sim(), applicationElement(desk.sim(), 1, kApplicationTimeout));
+    auto expected = sim::makeElement(sim::ElementKind::node, 1, c.expected);
+    EXPECT_EQ(found.has_value(), *c.expected != '\0') << c.items;
+    if (found && *c.expected) {
+      EXPECT_TRUE(*found == expected) << c.items;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace textport
