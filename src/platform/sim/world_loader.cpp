@@ -275,7 +275,9 @@ class WorldReader {
 
   void readCounters(const json& j, const std::string& path) {
     if (!j.is_object()) fail(path, "expected an object of counters");
-    for (const auto& [name, value] : j.items()) {
+    for (const auto& entry : j.items()) {
+      const std::string& name = entry.key();
+      const json& value = entry.value();
       const auto* known = std::find_if(std::begin(kCounterNames), std::end(kCounterNames),
                                        [&](const auto& c) { return c.name == name; });
       if (known == std::end(kCounterNames)) fail(at(path, name), "unknown counter");
