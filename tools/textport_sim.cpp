@@ -8,6 +8,10 @@
 // played to its end and the final state is written where --state-out says. Problems of the
 // tool itself (usage, an unreadable or invalid world file) go to standard error with exit
 // status 2; standard output carries only answer lines.
+//
+// The desktop's record is bounded here (the newest kRecordLimit to twice as many entries per
+// list), so a daemon that answers millions of requests keeps a steady memory size; the state
+// file's posted events are then the newest ones.
 #include <fstream>
 #include <iostream>
 #include <optional>
@@ -22,6 +26,7 @@
 namespace {
 
 constexpr int kToolError = 2;
+constexpr std::size_t kRecordLimit = 1024;
 constexpr std::string_view kUsage =
     "usage: textport-sim [--world FILE] [--state-out FILE] [ARGS...]";
 
@@ -40,7 +45,8 @@ std::optional<Options> parseOptions(int argc, char** argv, std::string& error) {
     std::optional<std::string>* target = nullptr;
     std::string_view name;
     for (std::string_view option : {"--world", "--state-out"}) {
-      if (argument == option || argument.substr(0, option.size() + 1) == std::string(option) + "=") {
+      if (argument == option ||
+          argument.substr(0, option.size() + 1) == std::string(option) + "=") {
         target = option == "--world" ? &options.world : &options.stateOut;
         name = option;
       }
@@ -95,6 +101,7 @@ int main(int argc, char** argv) {
     desktop = std::make_unique<textport::sim::SimDesktop>();
   }
 
+  desktop->setRecordLimit(kRecordLimit);
   const int status = textport::runProcess(*desktop, options->arguments, std::cin, std::cout);
   std::cout.flush();
   desktop->drainTimeline();

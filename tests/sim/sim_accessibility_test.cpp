@@ -18,14 +18,16 @@ TEST(SimAccessibility, TextFieldDerivesItsTextAttributesFromValueAndSelection) {
   EXPECT_EQ(*sim->copyAttributeValue(field, "AXValue").value.as<std::string>(), "a😀bc");
   // Ranges count UTF-16 code units: the emoji is two.
   EXPECT_EQ(*sim->copyAttributeValue(field, "AXNumberOfCharacters").value.as<std::int64_t>(), 5);
-  EXPECT_EQ(*sim->copyAttributeValue(field, "AXSelectedTextRange").value.as<Range>(), (Range{1, 3}));
+  EXPECT_EQ(*sim->copyAttributeValue(field, "AXSelectedTextRange").value.as<Range>(),
+            (Range{1, 3}));
   EXPECT_EQ(*sim->copyAttributeValue(field, "AXSelectedText").value.as<std::string>(), "😀b");
   EXPECT_EQ(sim->copyAttributeValue(field, "AXSubrole").error, kAXErrorAttributeUnsupported);
 }
 
 TEST(SimAccessibility, OverridesAndErrorsWinOverDerivedAttributes) {
-  auto sim = world(oneField().replace(oneField().find("\"value\""), 0,
-                                      R"("attributes": {"AXRole": {"int": 3}, "AXParent": {"element": "win"}},
+  auto sim = world(
+      oneField().replace(oneField().find("\"value\""), 0,
+                         R"("attributes": {"AXRole": {"int": 3}, "AXParent": {"element": "win"}},
                                          "errors": {"AXValue": "cannot_complete"}, )"));
   const Element field = node("field");
   EXPECT_EQ(*sim->copyAttributeValue(field, "AXRole").value.as<std::int64_t>(), 3);
@@ -56,11 +58,11 @@ TEST(SimAccessibility, HandlesForTheSameObjectAreEqualAndCarryTheirOwnTimeouts) 
 
 struct TimeoutCase {
   const char* name;
-  const char* app;         // spliced into the application
-  float elementTimeout;    // 0: none set on the element
-  float processTimeout;    // 0: none set through the system-wide element
+  const char* app;       // spliced into the application
+  float elementTimeout;  // 0: none set on the element
+  float processTimeout;  // 0: none set through the system-wide element
   AXError result;
-  double cost;             // virtual seconds the request takes
+  double cost;  // virtual seconds the request takes
   TimeoutSource source;
 };
 
@@ -69,7 +71,8 @@ class SimTimeouts : public ::testing::TestWithParam<TimeoutCase> {};
 TEST_P(SimTimeouts, RequestCostsItsLatencyOrExactlyTheTimeoutInForce) {
   const TimeoutCase& c = GetParam();
   auto sim = world(oneField(c.app));
-  if (c.processTimeout > 0) sim->setMessagingTimeout(sim->createSystemWideElement(), c.processTimeout);
+  if (c.processTimeout > 0)
+    sim->setMessagingTimeout(sim->createSystemWideElement(), c.processTimeout);
   const Element app = sim->createApplicationElement(10);
   if (c.elementTimeout > 0) sim->setMessagingTimeout(app, c.elementTimeout);
   const double before = sim->time();
@@ -81,21 +84,20 @@ TEST_P(SimTimeouts, RequestCostsItsLatencyOrExactlyTheTimeoutInForce) {
 
 INSTANTIATE_TEST_SUITE_P(
     Table, SimTimeouts,
-    ::testing::Values(
-        TimeoutCase{"fast", R"("latency": 0.05)", 0.3f, 0, kAXErrorSuccess, 0.05,
-                    TimeoutSource::element},
-        TimeoutCase{"equalToTimeoutStillAnswers", R"("latency": 0.25)", 0.25f, 0, kAXErrorSuccess,
-                    0.25, TimeoutSource::element},
-        TimeoutCase{"slower", R"("latency": 0.5)", 0.3f, 0, kAXErrorCannotComplete,
-                    double(0.3f), TimeoutSource::element},
-        TimeoutCase{"hung", R"("hung": true)", 0.3f, 0, kAXErrorCannotComplete, double(0.3f),
-                    TimeoutSource::element},
-        TimeoutCase{"processDefault", R"("hung": true)", 0, 0.15f, kAXErrorCannotComplete,
-                    double(0.15f), TimeoutSource::process},
-        TimeoutCase{"elementBeatsProcess", R"("hung": true)", 0.08f, 0.15f,
-                    kAXErrorCannotComplete, double(0.08f), TimeoutSource::element},
-        TimeoutCase{"platformDefault", R"("hung": true)", 0, 0, kAXErrorCannotComplete, 6.0,
-                    TimeoutSource::platform}),
+    ::testing::Values(TimeoutCase{"fast", R"("latency": 0.05)", 0.3f, 0, kAXErrorSuccess, 0.05,
+                                  TimeoutSource::element},
+                      TimeoutCase{"equalToTimeoutStillAnswers", R"("latency": 0.25)", 0.25f, 0,
+                                  kAXErrorSuccess, 0.25, TimeoutSource::element},
+                      TimeoutCase{"slower", R"("latency": 0.5)", 0.3f, 0, kAXErrorCannotComplete,
+                                  double(0.3f), TimeoutSource::element},
+                      TimeoutCase{"hung", R"("hung": true)", 0.3f, 0, kAXErrorCannotComplete,
+                                  double(0.3f), TimeoutSource::element},
+                      TimeoutCase{"processDefault", R"("hung": true)", 0, 0.15f,
+                                  kAXErrorCannotComplete, double(0.15f), TimeoutSource::process},
+                      TimeoutCase{"elementBeatsProcess", R"("hung": true)", 0.08f, 0.15f,
+                                  kAXErrorCannotComplete, double(0.08f), TimeoutSource::element},
+                      TimeoutCase{"platformDefault", R"("hung": true)", 0, 0,
+                                  kAXErrorCannotComplete, 6.0, TimeoutSource::platform}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(SimAccessibility, UntrustedProcessGetsApiDisabledWithoutWaiting) {
@@ -146,8 +148,8 @@ TEST(SimAccessibility, TextMarkerRouteGivesTheSelectionOnlyForItsOwnMarker) {
   EXPECT_FALSE(sim->copyAttributeValue(web, "AXSelectedText").ok());
   const AXResult marker = sim->copyAttributeValue(web, "AXSelectedTextMarkerRange");
   ASSERT_NE(marker.value.as<Opaque>(), nullptr);
-  const AXResult text =
-      sim->copyParameterizedAttributeValue(web, "AXAttributedStringForTextMarkerRange", marker.value);
+  const AXResult text = sim->copyParameterizedAttributeValue(
+      web, "AXAttributedStringForTextMarkerRange", marker.value);
   EXPECT_EQ(text.value.as<AttributedString>()->text, "two");
   EXPECT_EQ(sim->copyParameterizedAttributeValue(web, "AXAttributedStringForTextMarkerRange",
                                                  makeMarker("other"))

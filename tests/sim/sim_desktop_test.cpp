@@ -138,7 +138,8 @@ TEST(SimPaste, ApplicationReadingAfterTheRestorePastesTheRestoredClipboard) {
 TEST(SimInput, CountersWrapAndOnlyPressesMoveThePressCounters) {
   auto sim = world(R"({"counters": {"left_mouse_down": 4294967295, "key_down": 4294967295}})");
   const EventSource source = sim->createEventSource();
-  sim->postEvent(sim->createMouseEvent(source, EventType::leftMouseDown, {5, 6}, MouseButton::left));
+  sim->postEvent(
+      sim->createMouseEvent(source, EventType::leftMouseDown, {5, 6}, MouseButton::left));
   sim->postEvent(sim->createMouseEvent(source, EventType::mouseMoved, {7, 8}, MouseButton::left));
   const Event chord = sim->createKeyboardEvent(source, 63, true);
   sim->setEventType(chord, EventType::flagsChanged);

@@ -20,7 +20,9 @@ std::string temporary(const std::string& name) {
   return ::testing::TempDir() + "textport_sim_" + name;
 }
 
-void writeFile(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
+void writeFile(const std::string& path, const std::string& text) {
+  std::ofstream(path) << text;
+}
 
 std::string readFile(const std::string& path) {
   std::ifstream file(path);
@@ -38,7 +40,8 @@ ToolRun runTool(const std::string& arguments, const std::string& input) {
   ToolRun result;
   FILE* pipe = popen(command.c_str(), "r");
   char buffer[4096];
-  for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) result.out.append(buffer, n);
+  for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+    result.out.append(buffer, n);
   const int status = pclose(pipe);
   result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   result.err = readFile(err);
@@ -67,8 +70,9 @@ TEST(TextportSimTool, ServesTheWorldAndWritesTheFinalState) {
   const std::string world = temporary("world.json"), state = temporary("state.json");
   writeFile(world, R"({"frontmost": 3, "apps": [{"pid": 3, "bundle": "b"}],
       "timeline": [{"at": 9, "pasteboard": [[{"type": "public.utf8-plain-text", "text": "late"}]]}]})");
-  const ToolRun r = runTool("--daemon --world=" + world + " --state-out " + state,
-                    "{\"action\": \"permissions\"}\n{\"action\": \"copy\", \"text\": \"hi\"}\n");
+  const ToolRun r =
+      runTool("--daemon --world=" + world + " --state-out " + state,
+              "{\"action\": \"permissions\"}\n{\"action\": \"copy\", \"text\": \"hi\"}\n");
   EXPECT_EQ(r.status, 0);
   EXPECT_EQ(r.err, "");
   EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 2);

@@ -27,12 +27,14 @@ Element SimDesktop::createApplicationElement(Pid pid) {
   return makeElement(ElementKind::application, pid);
 }
 
-Element SimDesktop::createSystemWideElement() { return makeElement(ElementKind::systemWide, 0); }
+Element SimDesktop::createSystemWideElement() {
+  return makeElement(ElementKind::systemWide, 0);
+}
 
 AXError SimDesktop::setMessagingTimeout(const Element& element, float seconds) {
   SimElement* e = simElement(element);
   if (!e || !(seconds >= 0)) return kAXErrorIllegalArgument;
-  record_.timeouts.push_back({clock_.now(), e->pid, describe(*e), seconds});
+  record_.add(record_.timeouts, TimeoutEntry{clock_.now(), e->pid, describe(*e), seconds});
   // Zero takes the setting away, as on the platform.
   const std::optional<float> setting = seconds > 0 ? std::optional<float>(seconds) : std::nullopt;
   // On the system-wide element the setting is the process-wide default of every element
@@ -92,9 +94,10 @@ SimDesktop::Request SimDesktop::beginRequest(const Element& element, const char*
     entry.pid = request.element->pid;
     entry.element = describe(*request.element);
   }
-  request.recordIndex = record_.requests.size();
   const double timeout = entry.timeout;
-  record_.requests.push_back(std::move(entry));
+  record_.add(record_.requests, std::move(entry));
+  request.recorded = record_.recording();
+  request.recordIndex = record_.requests.size() - (request.recorded ? 1 : 0);
 
   if (!request.element) {
     request.admitted = kAXErrorIllegalArgument;
@@ -105,8 +108,8 @@ SimDesktop::Request SimDesktop::beginRequest(const Element& element, const char*
     request.admitted = kAXErrorCannotComplete;  // no such process
   } else {
     const SimElement& e = *request.element;
-    const bool hung = (e.kind != ElementKind::systemWide || name == "AXFocusedUIElement") &&
-                      hungFor(e);
+    const bool hung =
+        (e.kind != ElementKind::systemWide || name == "AXFocusedUIElement") && hungFor(e);
     double cost = hung ? std::numeric_limits<double>::infinity() : latencyOf(e);
     if (e.kind == ElementKind::systemWide && name == "AXFocusedUIElement") {
       // Answered by the frontmost application, so it is as slow as that application.
@@ -124,7 +127,7 @@ SimDesktop::Request SimDesktop::beginRequest(const Element& element, const char*
 }
 
 void SimDesktop::finishRequest(const Request& request, AXError result) {
-  record_.requests[request.recordIndex].result = result;
+  if (request.recorded) record_.requests[request.recordIndex].result = result;
   fireDue();  // a reaction without delay (a copy, a focus change) is visible right away
 }
 

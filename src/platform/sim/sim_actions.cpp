@@ -28,12 +28,13 @@ std::string number(double value) {
 }  // namespace
 
 void SimDesktop::happened(std::string what, std::string detail) {
-  record_.happenings.push_back({clock_.now(), std::move(what), std::move(detail)});
+  record_.add(record_.happenings, HappeningEntry{clock_.now(), std::move(what), std::move(detail)});
 }
 
 void SimDesktop::insertText(SimNode& node, const std::string& text) {
   std::u16string value = toUtf16(node.value.value_or(""));
-  const Range range = node.selectedRange.value_or(Range{static_cast<std::int64_t>(value.size()), 0});
+  const Range range =
+      node.selectedRange.value_or(Range{static_cast<std::int64_t>(value.size()), 0});
   const std::u16string inserted = toUtf16(text);
   const auto loc = std::min<std::size_t>(static_cast<std::size_t>(range.location), value.size());
   value.replace(loc, static_cast<std::size_t>(range.length), inserted);
@@ -42,7 +43,7 @@ void SimDesktop::insertText(SimNode& node, const std::string& text) {
 }
 
 void SimDesktop::press(PostedEvent event, bool byUser) {
-  if (!byUser) record_.posted.push_back(event);
+  if (!byUser) record_.add(record_.posted, PostedEvent(event));
   input_.apply(event);
   // The keystroke goes to the application with keyboard focus: the frontmost one.
   if (isCommandV(event) && frontmost_) {
@@ -58,7 +59,7 @@ void SimDesktop::fire(const SimAction& action) {
       Overloaded{
           [&](const KeyPress& key) {
             happened("key", std::to_string(key.keyCode));
-            PostedEvent down{clock_.now(), EventType::keyDown, true, key.keyCode, key.flags,
+            PostedEvent down{clock_.now(),     EventType::keyDown, true, key.keyCode, key.flags,
                              input_.pointer(), MouseButton::left};
             press(down, true);
             PostedEvent up = down;
@@ -104,8 +105,8 @@ void SimDesktop::fire(const SimAction& action) {
             SimNode* node = world_.node(edit.element);
             if (!node) return;
             node->value = edit.value;
-            node->selectedRange =
-                edit.range.value_or(Range{static_cast<std::int64_t>(toUtf16(edit.value).size()), 0});
+            node->selectedRange = edit.range.value_or(
+                Range{static_cast<std::int64_t>(toUtf16(edit.value).size()), 0});
           },
           [&](const PasteboardChange& change) {
             happened("pasteboard", std::to_string(change.items.size()) + " items");

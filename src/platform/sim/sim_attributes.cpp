@@ -8,8 +8,12 @@
 namespace textport::sim {
 namespace {
 
-AXResult ok(Value value) { return {kAXErrorSuccess, std::move(value)}; }
-AXResult fail(AXError error) { return {error, {}}; }
+AXResult ok(Value value) {
+  return {kAXErrorSuccess, std::move(value)};
+}
+AXResult fail(AXError error) {
+  return {error, {}};
+}
 
 // The override or error the world file gives for an attribute, if any.
 std::optional<AXResult> configured(const std::map<std::string, AXError>& errors,
@@ -20,7 +24,9 @@ std::optional<AXResult> configured(const std::map<std::string, AXError>& errors,
   return std::nullopt;
 }
 
-std::string markerName(const SimNode& node) { return "selection:" + node.id; }
+std::string markerName(const SimNode& node) {
+  return "selection:" + node.id;
+}
 
 }  // namespace
 
@@ -66,10 +72,12 @@ AXResult SimDesktop::readAttribute(const SimElement& element, const std::string&
       result = readSystemAttribute(name);
       break;
     case ElementKind::application:
-      if (const SimApp* app = world_.app(element.pid)) result = readApplicationAttribute(*app, name);
+      if (const SimApp* app = world_.app(element.pid))
+        result = readApplicationAttribute(*app, name);
       break;
     case ElementKind::node:
-      if (const SimNode* node = world_.node(element.nodeId)) result = readNodeAttribute(*node, name);
+      if (const SimNode* node = world_.node(element.nodeId))
+        result = readNodeAttribute(*node, name);
       break;
   }
   if (result.ok()) result.value = fresh(result.value);
@@ -104,7 +112,8 @@ AXResult SimDesktop::readApplicationAttribute(const SimApp& app, const std::stri
   if (name == "AXFocusedWindow" || name == "AXMainWindow") {
     return app.focusedWindow ? ok(nodeElement(*app.focusedWindow)) : fail(kAXErrorNoValue);
   }
-  if (name == "AXMenuBar") return app.menuBar ? ok(nodeElement(*app.menuBar)) : fail(kAXErrorNoValue);
+  if (name == "AXMenuBar")
+    return app.menuBar ? ok(nodeElement(*app.menuBar)) : fail(kAXErrorNoValue);
   if (name == "AXWindows" || name == "AXChildren") {
     ValueList list;
     if (name == "AXChildren" && app.menuBar) list.push_back(nodeElement(*app.menuBar));
@@ -140,9 +149,9 @@ AXResult SimDesktop::readNodeAttribute(const SimNode& node, const std::string& n
     ValueList list;
     // An application that keeps its deep tree hidden shows its windows empty until it is
     // switched on.
-    const bool hidden = app && app->treeNeedsSwitch && !app->switchedOn &&
-                        std::find(app->windows.begin(), app->windows.end(), node.id) !=
-                            app->windows.end();
+    const bool hidden =
+        app && app->treeNeedsSwitch && !app->switchedOn &&
+        std::find(app->windows.begin(), app->windows.end(), node.id) != app->windows.end();
     if (!hidden) {
       for (const auto& id : node.children) list.push_back(nodeElement(id));
     }
@@ -217,7 +226,8 @@ AXError SimDesktop::writeAttribute(const SimElement& element, const std::string&
     SimApp* app = world_.app(element.pid);
     const bool manual = name == "AXManualAccessibility";
     if (!manual && name != "AXEnhancedUserInterface") return kAXErrorAttributeUnsupported;
-    const AXError result = manual ? app->manualAccessibilityResult : app->enhancedUserInterfaceResult;
+    const AXError result =
+        manual ? app->manualAccessibilityResult : app->enhancedUserInterfaceResult;
     if (result == kAXErrorSuccess) {
       const bool* on = value.as<bool>();
       if (!on) return kAXErrorIllegalArgument;

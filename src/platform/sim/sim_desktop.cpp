@@ -22,15 +22,17 @@ void SimDesktop::advance(double seconds) {
   clock_.advanceTo(end);
 }
 
-void SimDesktop::fireDue() { advance(0); }
+void SimDesktop::fireDue() {
+  advance(0);
+}
 
 void SimDesktop::sleep(double seconds) {
-  record_.waits.push_back({clock_.now(), seconds, false});
+  record_.add(record_.waits, WaitEntry{clock_.now(), seconds, false});
   advance(seconds);
 }
 
 void SimDesktop::runLoop(double seconds) {
-  record_.waits.push_back({clock_.now(), seconds, true});
+  record_.add(record_.waits, WaitEntry{clock_.now(), seconds, true});
   advance(seconds);
 }
 
@@ -73,7 +75,10 @@ std::optional<RunningApp> SimDesktop::frontmostApplication() {
 
 // --- Pasteboard ---
 
-std::vector<PasteboardItemReading> SimDesktop::pasteboardItems() { return pasteboard_.items(); }
+std::vector<PasteboardItemReading> SimDesktop::pasteboardItems() {
+  traffic_.bytesRead += pasteboard_.size();
+  return pasteboard_.items();
+}
 
 std::int64_t SimDesktop::clearPasteboard() {
   pasteboard_.clear();
@@ -86,6 +91,7 @@ bool SimDesktop::setPasteboardString(const std::string& text, const std::string&
 }
 
 bool SimDesktop::setPasteboardData(const Bytes& data, const std::string& type) {
+  traffic_.bytesWritten += data.size();
   pasteboard_.setData(type, data);
   recordWrite("textport", "set");
   return true;
@@ -94,18 +100,24 @@ bool SimDesktop::setPasteboardData(const Bytes& data, const std::string& type) {
 std::optional<std::string> SimDesktop::pasteboardString(const std::string& type) {
   auto data = pasteboard_.data(type);
   if (!data) return std::nullopt;
+  traffic_.bytesRead += data->size();
   return toString(*data);
 }
 
 std::optional<Bytes> SimDesktop::pasteboardData(const std::string& type) {
-  return pasteboard_.data(type);
+  auto data = pasteboard_.data(type);
+  if (data) traffic_.bytesRead += data->size();
+  return data;
 }
 
 bool SimDesktop::writePasteboardItems(const std::vector<PasteboardItem>& items) {
   std::vector<SimItem> written;
   for (const auto& item : items) {
     SimItem& out = written.emplace_back();
-    for (const auto& [type, data] : item) out.push_back({type, data});
+    for (const auto& [type, data] : item) {
+      traffic_.bytesWritten += data.size();
+      out.push_back({type, data});
+    }
   }
   pasteboard_.write(std::move(written));
   recordWrite("textport", "write");
@@ -113,8 +125,10 @@ bool SimDesktop::writePasteboardItems(const std::vector<PasteboardItem>& items) 
 }
 
 void SimDesktop::recordWrite(const std::string& writer, const std::string& operation) {
-  record_.pasteboardWrites.push_back(
-      {clock_.now(), writer, operation, pasteboard_.items(), pasteboard_.changeCount()});
+  if (!record_.recording()) return;
+  record_.add(record_.pasteboardWrites,
+              PasteboardWriteEntry{clock_.now(), writer, operation, pasteboard_.items(),
+                                   pasteboard_.changeCount()});
 }
 
 // --- Input events ---

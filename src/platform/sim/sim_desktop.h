@@ -44,6 +44,14 @@ class SimDesktop final : public Platform {
   // --- Test API: reading the desktop without making a request or changing anything ---
   double time() const { return clock_.now(); }  // virtual seconds since the start
   const SimRecord& record() const { return record_; }
+  // Bounds the record (see SimRecord::limit); unbounded by default, as tests read all of it.
+  void setRecordLimit(std::size_t limit) { record_.limit = limit; }
+  // Bytes of pasteboard data handed out by reads and taken in by writes, since the start.
+  struct PasteboardTraffic {
+    std::uint64_t bytesRead = 0;
+    std::uint64_t bytesWritten = 0;
+  };
+  PasteboardTraffic pasteboardTraffic() const { return traffic_; }
   const std::vector<SimItem>& pasteboardContents() const { return pasteboard_.items(); }
   std::int64_t changeCount() const { return pasteboard_.changeCount(); }
   // A text field's value and selection (UTF-16 range), by element id.
@@ -129,6 +137,7 @@ class SimDesktop final : public Platform {
     SimElement* element = nullptr;
     AXError admitted = kAXErrorSuccess;  // not success: the request failed with this
     std::size_t recordIndex = 0;
+    bool recorded = false;  // whether the record kept an entry for it (at recordIndex)
   };
   Request beginRequest(const Element& element, const char* operation, const std::string& name);
   void finishRequest(const Request& request, AXError result);
@@ -172,6 +181,7 @@ class SimDesktop final : public Platform {
   std::optional<float> processTimeout_;  // set through the system-wide element
   std::uint64_t uuids_ = 0;
   std::uint64_t requestsStarted_ = 0;
+  PasteboardTraffic traffic_;
 };
 
 }  // namespace textport::sim

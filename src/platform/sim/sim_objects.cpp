@@ -16,14 +16,20 @@ Element makeElement(ElementKind kind, Pid pid, std::string nodeId) {
   return Element(std::make_shared<SimElement>(kind, pid, std::move(nodeId)));
 }
 
-Opaque makeMarker(std::string name) { return Opaque(std::make_shared<SimMarker>(std::move(name))); }
+Opaque makeMarker(std::string name) {
+  return Opaque(std::make_shared<SimMarker>(std::move(name)));
+}
 
-SimElement* simElement(const Element& element) { return dynamic_cast<SimElement*>(element.get()); }
+SimElement* simElement(const Element& element) {
+  return dynamic_cast<SimElement*>(element.get());
+}
 
 const SimMarker* simMarker(const Opaque& opaque) {
   return dynamic_cast<const SimMarker*>(opaque.get());
 }
 
-SimEvent* simEvent(const Event& event) { return dynamic_cast<SimEvent*>(event.get()); }
+SimEvent* simEvent(const Event& event) {
+  return dynamic_cast<SimEvent*>(event.get());
+}
 
 }  // namespace textport::sim

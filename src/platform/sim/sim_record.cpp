@@ -10,15 +10,13 @@ std::size_t SimRecord::writesBy(std::string_view writer) const {
 }
 
 std::size_t SimRecord::requestsOnPlatformDefault() const {
-  return std::count_if(requests.begin(), requests.end(), [](const auto& r) {
-    return r.timeoutSource == TimeoutSource::platform;
-  });
+  return std::count_if(requests.begin(), requests.end(),
+                       [](const auto& r) { return r.timeoutSource == TimeoutSource::platform; });
 }
 
 std::size_t SimRecord::count(std::string_view operation, std::string_view name) const {
-  return std::count_if(requests.begin(), requests.end(), [&](const auto& r) {
-    return r.operation == operation && r.name == name;
-  });
+  return std::count_if(requests.begin(), requests.end(),
+                       [&](const auto& r) { return r.operation == operation && r.name == name; });
 }
 
 std::string_view toString(TimeoutSource source) {

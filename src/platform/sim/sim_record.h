@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -56,12 +57,28 @@ struct HappeningEntry {
 };
 
 struct SimRecord {
+  // How many entries each list keeps: the newest ones, at least this many and at most twice as
+  // many, so a long-running desktop stays within bounded memory. 0 records nothing.
+  std::size_t limit = std::numeric_limits<std::size_t>::max();
+
   std::vector<RequestEntry> requests;
   std::vector<TimeoutEntry> timeouts;
   std::vector<WaitEntry> waits;
   std::vector<PostedEvent> posted;  // posted by the process under test only
   std::vector<PasteboardWriteEntry> pasteboardWrites;
   std::vector<HappeningEntry> happenings;
+
+  // Whether the lists take entries at all.
+  bool recording() const { return limit != 0; }
+  // Appends an entry, dropping the oldest half of the list once it holds twice the limit.
+  template <class T>
+  void add(std::vector<T>& list, T entry) {
+    if (limit == 0) return;
+    list.push_back(std::move(entry));
+    if (list.size() / 2 >= limit) {
+      list.erase(list.begin(), list.end() - static_cast<std::ptrdiff_t>(limit));
+    }
+  }
 
   // Pasteboard writes made by one writer.
   std::size_t writesBy(std::string_view writer) const;

@@ -24,7 +24,11 @@ std::optional<Bytes> fromBase64(std::string_view text);
 // The bytes of hexadecimal text (pairs of digits, either case), or nothing when malformed.
 std::optional<Bytes> fromHex(std::string_view text);
 
-inline Bytes toBytes(std::string_view text) { return Bytes(text.begin(), text.end()); }
-inline std::string toString(const Bytes& bytes) { return std::string(bytes.begin(), bytes.end()); }
+inline Bytes toBytes(std::string_view text) {
+  return Bytes(text.begin(), text.end());
+}
+inline std::string toString(const Bytes& bytes) {
+  return std::string(bytes.begin(), bytes.end());
+}
 
 }  // namespace textport::sim

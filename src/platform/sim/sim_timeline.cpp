@@ -7,9 +7,8 @@ namespace textport::sim {
 void SimTimeline::add(TimelineEntry entry) {
   if (entry.beforeRequest) {
     keyed_.push_back({*entry.beforeRequest, std::move(entry.action)});
-    std::stable_sort(keyed_.begin(), keyed_.end(), [](const Keyed& a, const Keyed& b) {
-      return a.request < b.request;
-    });
+    std::stable_sort(keyed_.begin(), keyed_.end(),
+                     [](const Keyed& a, const Keyed& b) { return a.request < b.request; });
   } else {
     timed_.push_back({entry.at.value_or(0), std::move(entry.action)});
     std::stable_sort(timed_.begin(), timed_.end(),

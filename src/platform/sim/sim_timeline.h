@@ -52,9 +52,9 @@ struct AppPasteReads {  // the application reads the pasteboard for Command-V
   Pid pid = 0;
 };
 
-using SimAction = std::variant<KeyPress, Click, FocusMove, FrontmostSwitch, WindowSwitch,
-                               SelectionMove, TextEdit, PasteboardChange, TrustChange,
-                               AppCopyLands, AppPasteReads>;
+using SimAction =
+    std::variant<KeyPress, Click, FocusMove, FrontmostSwitch, WindowSwitch, SelectionMove, TextEdit,
+                 PasteboardChange, TrustChange, AppCopyLands, AppPasteReads>;
 
 struct TimelineEntry {
   std::optional<double> at;                    // fires when virtual time reaches it

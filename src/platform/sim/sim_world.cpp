@@ -9,7 +9,9 @@ SimApp* SimWorld::app(Pid pid) {
   return it == apps.end() ? nullptr : &*it;
 }
 
-const SimApp* SimWorld::app(Pid pid) const { return const_cast<SimWorld*>(this)->app(pid); }
+const SimApp* SimWorld::app(Pid pid) const {
+  return const_cast<SimWorld*>(this)->app(pid);
+}
 
 SimNode* SimWorld::node(const std::string& id) {
   auto it = nodes.find(id);

@@ -22,10 +22,14 @@ struct EventCounterName {
   EventType type;
 };
 constexpr EventCounterName kCounterNames[] = {
-    {"left_mouse_down", EventType::leftMouseDown},   {"left_mouse_up", EventType::leftMouseUp},
-    {"right_mouse_down", EventType::rightMouseDown}, {"mouse_moved", EventType::mouseMoved},
-    {"key_down", EventType::keyDown},                {"key_up", EventType::keyUp},
-    {"flags_changed", EventType::flagsChanged},      {"other_mouse_down", EventType::otherMouseDown},
+    {"left_mouse_down", EventType::leftMouseDown},
+    {"left_mouse_up", EventType::leftMouseUp},
+    {"right_mouse_down", EventType::rightMouseDown},
+    {"mouse_moved", EventType::mouseMoved},
+    {"key_down", EventType::keyDown},
+    {"key_up", EventType::keyUp},
+    {"flags_changed", EventType::flagsChanged},
+    {"other_mouse_down", EventType::otherMouseDown},
 };
 
 class WorldReader {
@@ -56,7 +60,8 @@ class WorldReader {
                                 std::numeric_limits<std::int64_t>::max() / 2);
     }
     std::vector<SimItem> items;
-    if (document.contains("pasteboard")) items = readPasteboardItems(document["pasteboard"], "pasteboard");
+    if (document.contains("pasteboard"))
+      items = readPasteboardItems(document["pasteboard"], "pasteboard");
     desktop_.pasteboard().load(std::move(items), changeCount);
     if (document.contains("timeline")) {
       const json& timeline = document["timeline"];
@@ -80,7 +85,8 @@ class WorldReader {
     if (!j.contains("pid")) fail(path, "missing \"pid\"");
     SimApp app;
     app.pid = readPid(j["pid"], at(path, "pid"));
-    if (world_.app(app.pid)) fail(at(path, "pid"), "another application has the pid " + std::to_string(app.pid));
+    if (world_.app(app.pid))
+      fail(at(path, "pid"), "another application has the pid " + std::to_string(app.pid));
     if (j.contains("bundle")) app.bundle = readString(j["bundle"], at(path, "bundle"));
     if (j.contains("name")) app.name = readString(j["name"], at(path, "name"));
     if (j.contains("latency")) app.latency = readDuration(j["latency"], at(path, "latency"));
@@ -104,7 +110,8 @@ class WorldReader {
       const json& tree = j["tree"];
       requireObject(tree, p, {"attributes", "errors", "children"});
       SimApp& a = world_.apps[index];
-      if (tree.contains("attributes")) a.attributes = readValues(tree["attributes"], at(p, "attributes"), references_);
+      if (tree.contains("attributes"))
+        a.attributes = readValues(tree["attributes"], at(p, "attributes"), references_);
       if (tree.contains("errors")) a.errors = readErrorCodes(tree["errors"], at(p, "errors"));
       if (tree.contains("children")) {
         const json& windows = tree["children"];
@@ -117,14 +124,16 @@ class WorldReader {
       }
     }
     if (j.contains("menu_bar")) {
-      world_.apps[index].menuBar = readNode(j["menu_bar"], at(path, "menu_bar"), app.pid, "", "AXMenuBar");
+      world_.apps[index].menuBar =
+          readNode(j["menu_bar"], at(path, "menu_bar"), app.pid, "", "AXMenuBar");
     }
     SimApp& a = world_.apps[index];
     if (j.contains("focused")) {
       const std::string p = at(path, "focused");
       a.focused = readString(j["focused"], p);
       const SimNode* node = world_.node(*a.focused);
-      if (!node || node->pid != a.pid) fail(p, "no element of this application has the id \"" + *a.focused + "\"");
+      if (!node || node->pid != a.pid)
+        fail(p, "no element of this application has the id \"" + *a.focused + "\"");
       a.focusedWindow = world_.windowOf(*a.focused);
     }
     if (j.contains("focused_window")) {
@@ -142,28 +151,37 @@ class WorldReader {
     CopyBehaviour copy;
     if (j.contains("writes")) {
       const std::string writes = readString(j["writes"], at(path, "writes"));
-      if (writes == "selection") copy.writes = CopyBehaviour::Writes::selection;
-      else if (writes == "text") copy.writes = CopyBehaviour::Writes::text;
-      else if (writes == "image") copy.writes = CopyBehaviour::Writes::image;
-      else if (writes == "nothing") copy.writes = CopyBehaviour::Writes::nothing;
-      else fail(at(path, "writes"), "expected \"selection\", \"text\", \"image\" or \"nothing\"");
+      if (writes == "selection")
+        copy.writes = CopyBehaviour::Writes::selection;
+      else if (writes == "text")
+        copy.writes = CopyBehaviour::Writes::text;
+      else if (writes == "image")
+        copy.writes = CopyBehaviour::Writes::image;
+      else if (writes == "nothing")
+        copy.writes = CopyBehaviour::Writes::nothing;
+      else
+        fail(at(path, "writes"), "expected \"selection\", \"text\", \"image\" or \"nothing\"");
     }
     if (j.contains("text")) {
-      if (copy.writes != CopyBehaviour::Writes::text) fail(at(path, "text"), "only with \"writes\": \"text\"");
+      if (copy.writes != CopyBehaviour::Writes::text)
+        fail(at(path, "text"), "only with \"writes\": \"text\"");
       copy.text = readString(j["text"], at(path, "text"));
     } else if (copy.writes == CopyBehaviour::Writes::text) {
       fail(path, "missing \"text\"");
     }
     if (j.contains("delay")) copy.delay = readDuration(j["delay"], at(path, "delay"));
-    if (j.contains("press_error")) copy.pressError = readErrorCode(j["press_error"], at(path, "press_error"));
+    if (j.contains("press_error"))
+      copy.pressError = readErrorCode(j["press_error"], at(path, "press_error"));
     return copy;
   }
 
   void readSwitch(const json& j, const std::string& path, SimApp& app) {
-    requireObject(j, path, {"manual_accessibility", "enhanced_user_interface",
-                            "focus_needs_switch", "tree_needs_switch"});
+    requireObject(j, path,
+                  {"manual_accessibility", "enhanced_user_interface", "focus_needs_switch",
+                   "tree_needs_switch"});
     if (j.contains("manual_accessibility")) {
-      app.manualAccessibilityResult = readErrorCode(j["manual_accessibility"], at(path, "manual_accessibility"));
+      app.manualAccessibilityResult =
+          readErrorCode(j["manual_accessibility"], at(path, "manual_accessibility"));
     }
     if (j.contains("enhanced_user_interface")) {
       app.enhancedUserInterfaceResult =
@@ -181,15 +199,17 @@ class WorldReader {
   std::string readNode(const json& j, const std::string& path, Pid pid, const std::string& parent,
                        const char* defaultRole) {
     requireObject(j, path,
-                  {"id", "role", "subrole", "identifier", "title", "enabled", "frame", "value",
-                   "selected_range", "window_number", "cmd_char", "cmd_modifiers", "text_marker",
-                   "copies", "children", "attributes", "parameterized", "errors", "set_errors",
-                   "settable", "actions", "latency"});
+                  {"id",         "role",          "subrole",     "identifier",     "title",
+                   "enabled",    "frame",         "value",       "selected_range", "window_number",
+                   "cmd_char",   "cmd_modifiers", "text_marker", "copies",         "children",
+                   "attributes", "parameterized", "errors",      "set_errors",     "settable",
+                   "actions",    "latency"});
     if (!j.contains("id")) fail(path, "missing \"id\"");
     SimNode node;
     node.id = readString(j["id"], at(path, "id"));
     if (node.id.empty()) fail(at(path, "id"), "expected a non-empty id");
-    if (world_.node(node.id)) fail(at(path, "id"), "another element has the id \"" + node.id + "\"");
+    if (world_.node(node.id))
+      fail(at(path, "id"), "another element has the id \"" + node.id + "\"");
     node.pid = pid;
     node.parent = parent;
     node.role = j.contains("role") ? readString(j["role"], at(path, "role")) : defaultRole;
@@ -236,12 +256,14 @@ class WorldReader {
       }
     }
     if (j.contains("copies")) node.copies = readBool(j["copies"], at(path, "copies"));
-    if (j.contains("attributes")) node.attributes = readValues(j["attributes"], at(path, "attributes"), references_);
+    if (j.contains("attributes"))
+      node.attributes = readValues(j["attributes"], at(path, "attributes"), references_);
     if (j.contains("parameterized")) {
       node.parameterized = readValues(j["parameterized"], at(path, "parameterized"), references_);
     }
     if (j.contains("errors")) node.errors = readErrorCodes(j["errors"], at(path, "errors"));
-    if (j.contains("set_errors")) node.setErrors = readErrorCodes(j["set_errors"], at(path, "set_errors"));
+    if (j.contains("set_errors"))
+      node.setErrors = readErrorCodes(j["set_errors"], at(path, "set_errors"));
     if (j.contains("actions")) node.actions = readErrorCodes(j["actions"], at(path, "actions"));
     if (j.contains("settable")) {
       const std::string p = at(path, "settable");
@@ -266,11 +288,13 @@ class WorldReader {
 
   void readSystem(const json& j, const std::string& path) {
     requireObject(j, path, {"latency", "attributes", "errors"});
-    if (j.contains("latency")) world_.system.latency = readDuration(j["latency"], at(path, "latency"));
+    if (j.contains("latency"))
+      world_.system.latency = readDuration(j["latency"], at(path, "latency"));
     if (j.contains("attributes")) {
       world_.system.attributes = readValues(j["attributes"], at(path, "attributes"), references_);
     }
-    if (j.contains("errors")) world_.system.errors = readErrorCodes(j["errors"], at(path, "errors"));
+    if (j.contains("errors"))
+      world_.system.errors = readErrorCodes(j["errors"], at(path, "errors"));
   }
 
   void readCounters(const json& j, const std::string& path) {
@@ -281,23 +305,27 @@ class WorldReader {
       const auto* known = std::find_if(std::begin(kCounterNames), std::end(kCounterNames),
                                        [&](const auto& c) { return c.name == name; });
       if (known == std::end(kCounterNames)) fail(at(path, name), "unknown counter");
-      desktop_.input().setCounter(
-          known->type, static_cast<std::uint32_t>(readInteger(value, at(path, name), 0, 0xFFFFFFFF)));
+      desktop_.input().setCounter(known->type, static_cast<std::uint32_t>(readInteger(
+                                                   value, at(path, name), 0, 0xFFFFFFFF)));
     }
   }
 
   void readEventFailures(const json& j, const std::string& path) {
-    requireObject(j, path, {"source_fails", "keyboard_fails", "keyboard_fails_after", "mouse_fails",
-                            "pointer_fails"});
+    requireObject(
+        j, path,
+        {"source_fails", "keyboard_fails", "keyboard_fails_after", "mouse_fails", "pointer_fails"});
     EventFailures& f = desktop_.input().failures();
-    if (j.contains("source_fails")) f.source = readBool(j["source_fails"], at(path, "source_fails"));
-    if (j.contains("keyboard_fails")) f.keyboard = readBool(j["keyboard_fails"], at(path, "keyboard_fails"));
+    if (j.contains("source_fails"))
+      f.source = readBool(j["source_fails"], at(path, "source_fails"));
+    if (j.contains("keyboard_fails"))
+      f.keyboard = readBool(j["keyboard_fails"], at(path, "keyboard_fails"));
     if (j.contains("keyboard_fails_after")) {
       f.keyboardAfter = static_cast<std::uint32_t>(
           readInteger(j["keyboard_fails_after"], at(path, "keyboard_fails_after"), 0, 0xFFFFFFFF));
     }
     if (j.contains("mouse_fails")) f.mouse = readBool(j["mouse_fails"], at(path, "mouse_fails"));
-    if (j.contains("pointer_fails")) f.pointer = readBool(j["pointer_fails"], at(path, "pointer_fails"));
+    if (j.contains("pointer_fails"))
+      f.pointer = readBool(j["pointer_fails"], at(path, "pointer_fails"));
   }
 
   void checkReferences() const {
@@ -343,7 +371,9 @@ json parseDocument(std::string_view text) {
   }
 }
 
-void loadWorld(const json& document, SimDesktop& desktop) { WorldReader(desktop).read(document); }
+void loadWorld(const json& document, SimDesktop& desktop) {
+  WorldReader(desktop).read(document);
+}
 
 SimLoad SimDesktop::fromJson(std::string_view text, std::string_view sourceName) {
   auto desktop = std::make_unique<SimDesktop>();

@@ -3,11 +3,10 @@
 #pragma once
 
 #include <map>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <nlohmann/json.hpp>
 
 #include "platform/platform.h"
 #include "platform/sim/sim_pasteboard.h"
@@ -44,7 +43,7 @@ void requireObject(const nlohmann::json& j, const std::string& path,
                    std::initializer_list<std::string_view> allowed);
 std::string readString(const nlohmann::json& j, const std::string& path);
 bool readBool(const nlohmann::json& j, const std::string& path);
-double readNumber(const nlohmann::json& j, const std::string& path);  // finite
+double readNumber(const nlohmann::json& j, const std::string& path);    // finite
 double readDuration(const nlohmann::json& j, const std::string& path);  // finite, >= 0
 std::int64_t readInteger(const nlohmann::json& j, const std::string& path, std::int64_t min,
                          std::int64_t max);

@@ -150,7 +150,8 @@ Value readValue(const json& j, const std::string& path, References& references) 
   if (j.is_number()) return readNumber(j, path);
   if (j.is_array()) {
     ValueList list;
-    for (std::size_t i = 0; i < j.size(); ++i) list.push_back(readValue(j[i], at(path, i), references));
+    for (std::size_t i = 0; i < j.size(); ++i)
+      list.push_back(readValue(j[i], at(path, i), references));
     return list;
   }
   if (!j.is_object() || j.size() != 1) {
@@ -191,7 +192,8 @@ std::map<std::string, Value> readValues(const json& j, const std::string& path,
                                         References& references) {
   if (!j.is_object()) fail(path, "expected an object of attribute values");
   std::map<std::string, Value> out;
-  for (const auto& [name, value] : j.items()) out[name] = readValue(value, at(path, name), references);
+  for (const auto& [name, value] : j.items())
+    out[name] = readValue(value, at(path, name), references);
   return out;
 }
 
@@ -215,11 +217,13 @@ std::vector<SimItem> readPasteboardItems(const json& j, const std::string& path)
       requireObject(r, p, {"type", "text", "base64", "hex", "lazy"});
       if (!r.contains("type")) fail(p, "missing \"type\"");
       PasteboardRepresentation representation{readString(r["type"], at(p, "type")), std::nullopt};
-      const int given = static_cast<int>(r.contains("text")) + static_cast<int>(r.contains("base64")) +
+      const int given = static_cast<int>(r.contains("text")) +
+                        static_cast<int>(r.contains("base64")) +
                         static_cast<int>(r.contains("hex"));
       const bool lazy = r.contains("lazy") && readBool(r["lazy"], at(p, "lazy"));
       if (given > 1) fail(p, "give only one of \"text\", \"base64\" and \"hex\"");
-      if (given == 0 && !lazy) fail(p, "missing \"text\", \"base64\" or \"hex\" (or \"lazy\": true)");
+      if (given == 0 && !lazy)
+        fail(p, "missing \"text\", \"base64\" or \"hex\" (or \"lazy\": true)");
       if (given == 1 && lazy) fail(at(p, "lazy"), "a lazy representation has no data");
       if (r.contains("text")) representation.data = toBytes(readString(r["text"], at(p, "text")));
       if (r.contains("base64")) {
@@ -247,16 +251,18 @@ TimelineEntry readTimelineEntry(const json& j, const std::string& path, const Si
   }
   if (j.contains("at")) entry.at = readDuration(j["at"], at(path, "at"));
   if (j.contains("before_request")) {
-    entry.beforeRequest = static_cast<std::uint64_t>(readInteger(
-        j["before_request"], at(path, "before_request"), 1, std::numeric_limits<std::int64_t>::max()));
+    entry.beforeRequest =
+        static_cast<std::uint64_t>(readInteger(j["before_request"], at(path, "before_request"), 1,
+                                               std::numeric_limits<std::int64_t>::max()));
   }
   if (timeRequired && !entry.at && !entry.beforeRequest) {
     fail(path, "missing \"at\" or \"before_request\"");
   }
   const std::size_t actions = j.size() - (entry.at ? 1 : 0) - (entry.beforeRequest ? 1 : 0);
   if (actions != 1) {
-    fail(path, "expected exactly one action (key, click, focus, frontmost, focused_window, "
-               "select, edit, pasteboard or trusted)");
+    fail(path,
+         "expected exactly one action (key, click, focus, frontmost, focused_window, "
+         "select, edit, pasteboard or trusted)");
   }
   if (j.contains("key")) {
     const json& k = j["key"];
@@ -281,10 +287,14 @@ TimelineEntry readTimelineEntry(const json& j, const std::string& path, const Si
     Click click;
     if (c.contains("button")) {
       const std::string button = readString(c["button"], at(p, "button"));
-      if (button == "left") click.button = MouseButton::left;
-      else if (button == "right") click.button = MouseButton::right;
-      else if (button == "other") click.button = MouseButton::center;
-      else fail(at(p, "button"), "expected \"left\", \"right\" or \"other\"");
+      if (button == "left")
+        click.button = MouseButton::left;
+      else if (button == "right")
+        click.button = MouseButton::right;
+      else if (button == "other")
+        click.button = MouseButton::center;
+      else
+        fail(at(p, "button"), "expected \"left\", \"right\" or \"other\"");
     }
     if (c.contains("at")) click.at = readPoint(c["at"], at(p, "at"));
     entry.action = click;
@@ -295,7 +305,8 @@ TimelineEntry readTimelineEntry(const json& j, const std::string& path, const Si
     FrontmostSwitch change;
     if (!j["frontmost"].is_null()) {
       change.pid = readPid(j["frontmost"], p);
-      if (!world.app(*change.pid)) fail(p, "no application has the pid " + std::to_string(*change.pid));
+      if (!world.app(*change.pid))
+        fail(p, "no application has the pid " + std::to_string(*change.pid));
     }
     entry.action = change;
   } else if (j.contains("focused_window")) {
