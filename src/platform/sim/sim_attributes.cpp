@@ -205,7 +205,9 @@ AXResult SimDesktop::readParameterized(const SimElement& element, const std::str
     const Opaque* marker = parameter.as<Opaque>();
     const SimMarker* m = marker ? simMarker(*marker) : nullptr;
     if (!m || m->name != markerName(*node)) return fail(kAXErrorIllegalArgument);
-    return ok(AttributedString{selectedTextOf(*node).value_or("")});
+    // A fixed marker text stands for what a web view would render for the marked range.
+    return ok(AttributedString{node->textMarkerText ? *node->textMarkerText
+                                                    : selectedTextOf(*node).value_or("")});
   }
   if (name == "AXStringForRange" && node->value) {
     const Range* range = parameter.as<Range>();
