@@ -1,0 +1,105 @@
+// The editable-field test and the composer search.
+#include "accessibility/composer_search.h"
+
+#include <gtest/gtest.h>
+
+#include "accessibility/element_helpers.h"
+#include "support/desk.h"
+
+namespace textport {
+namespace {
+
+using testing::Desk;
+
+// One window of 1000 x 800 at the origin holding the given elements.
+std::string windowWith(const std::string& elements, const std::string& windowExtra = "") {
+  return R"({"apps": [{"pid": 1, "tree": {"children": [{"id": "w", "frame": [0, 0, 1000, 800])" +
+         windowExtra + R"(, "children": [)" + elements + "]}]}}]}";
+}
+
+std::optional<std::string> composerIn(Desk& desk) {
+  auto found = findComposer(desk.sim(), sim::makeElement(sim::ElementKind::node, 1, "w"));
+  if (!found) return std::nullopt;
+  return stringAttribute(desk.sim(), *found, "AXIdentifier");
+}
+
+TEST(ComposerSearch, TakesOnlyAnEditableTextAreaLowInTheWindowAndWiderThanAQuarter) {
+  struct Case {
+    const char* behaviour;
+    const char* element;
+    bool composer;
+  };
+  const Case cases[] = {
+      {"a text area in the lower half", R"("role": "AXTextArea", "frame": [0, 600, 600, 100])", true},
+      {"middle exactly on the centre line", R"("role": "AXTextArea", "frame": [0, 350, 600, 100])", false},
+      {"middle one point below it", R"("role": "AXTextArea", "frame": [0, 351, 600, 100])", true},
+      {"exactly a quarter of the width", R"("role": "AXTextArea", "frame": [0, 600, 250, 100])", false},
+      {"just wider than a quarter", R"("role": "AXTextArea", "frame": [0, 600, 250.5, 100])", true},
+      {"wholly outside the window", R"("role": "AXTextArea", "frame": [1200, 600, 600, 100])", false},
+      {"touching the window's edge only", R"("role": "AXTextArea", "frame": [1000, 600, 600, 100])", false},
+      {"a text field", R"("role": "AXTextField", "frame": [0, 600, 600, 100])", false},
+      {"a combo box", R"("role": "AXComboBox", "frame": [0, 600, 600, 100])", false},
+      {"disabled", R"("role": "AXTextArea", "enabled": false, "frame": [0, 600, 600, 100])", false},
+      {"enabled unreadable", R"("role": "AXTextArea", "errors": {"AXEnabled": "cannot_complete"}, "frame": [0, 600, 600, 100])", true},
+      {"a password field", R"("role": "AXTextArea", "subrole": "AXSecureTextField", "frame": [0, 600, 600, 100])", false},
+      {"no rectangle", R"("role": "AXTextArea")", false},
+      {"zero height", R"("role": "AXTextArea", "frame": [0, 600, 600, 0])", false},
+  };
+  for (const Case& c : cases) {
+    Desk desk(windowWith(std::string(R"({"id": "x", "identifier": "x", )") + c.element + "}"));
+    EXPECT_EQ(composerIn(desk).has_value(), c.composer) << c.behaviour;
+  }
+}
+
+TEST(ComposerSearch, FindsANestedComposerAndRefusesTwo) {
+  const std::string nested =
+      R"({"id": "g1", "children": [{"id": "g2", "children": [{"id": "g3", "children": [
+          {"id": "c", "identifier": "deep", "role": "AXTextArea", "frame": [0, 600, 600, 100],
+           "children": [{"id": "inner", "role": "AXTextArea", "frame": [0, 650, 600, 50])";
+  Desk one(windowWith(nested + R"(, "enabled": false}]}]}]}]})"));
+  EXPECT_EQ(composerIn(one), "deep");
+  // A text area inside another one is seen too, and two candidates are no answer.
+  Desk two(windowWith(nested + "}]}]}]}]}"));
+  EXPECT_EQ(composerIn(two), std::nullopt);
+}
+
+TEST(ComposerSearch, GivesNothingWhenTheWalkCannotFinish) {
+  std::string many = R"({"id": "c", "identifier": "c", "role": "AXTextArea", "frame": [0, 600, 600, 100]})";
+  for (int i = 0; i < 499; ++i) many += R"(, {"id": "e)" + std::to_string(i) + R"("})";
+  Desk tooMany(windowWith(many));  // the window and 500 elements: one more than the limit
+  EXPECT_EQ(composerIn(tooMany), std::nullopt);
+  const auto requestsOver = tooMany.sim().record().requests.size();
+
+  std::string fewer = many.substr(0, many.rfind(", {"));
+  Desk exactly(windowWith(fewer));  // the window and 499 elements: exactly the limit
+  EXPECT_EQ(composerIn(exactly), "c");
+  EXPECT_GT(requestsOver, 1000u);
+
+  // Slow elements run the walk past its 0.7 s deadline.
+  Desk slow(windowWith(R"({"id": "a", "latency": 0.05, "children": [{"id": "b", "latency": 0.05},
+      {"id": "b2", "latency": 0.05}, {"id": "b3", "latency": 0.05}, {"id": "b4", "latency": 0.05},
+      {"id": "b5", "latency": 0.05}, {"id": "b6", "latency": 0.05}, {"id": "b7", "latency": 0.05}]},
+      {"id": "c", "identifier": "c", "role": "AXTextArea", "frame": [0, 600, 600, 100]})"));
+  EXPECT_EQ(composerIn(slow), std::nullopt);
+  EXPECT_LT(slow.sim().time(), 0.7 + 7 * 0.08);
+}
+
+TEST(ComposerSearch, AWindowWithoutARectangleIsNotWalked) {
+  Desk desk(R"({"apps": [{"pid": 1, "tree": {"children": [{"id": "w", "children": [
+      {"id": "c", "role": "AXTextArea", "frame": [0, 600, 600, 100]}]}]}}]})");
+  EXPECT_EQ(composerIn(desk), std::nullopt);
+  EXPECT_EQ(desk.sim().record().count("attribute", "AXChildren"), 0u);
+}
+
+TEST(ComposerSearch, SetsItsOwnTimeoutOnEveryVisitedElement) {
+  Desk desk(windowWith(R"({"id": "c", "identifier": "c", "role": "AXTextArea", "frame": [0, 600, 600, 100]})"));
+  composerIn(desk);
+  for (const auto& request : desk.sim().record().requests) {
+    if (request.name == "AXPosition" && request.element == "w") continue;  // read before the walk
+    if (request.name == "AXSize" && request.element == "w") continue;
+    EXPECT_FLOAT_EQ(request.timeout, 0.08f) << request.name << " on " << request.element;
+  }
+}
+
+}  // namespace
+}  // namespace textport

@@ -1,0 +1,119 @@
+// The element helpers: focused element, rectangles, frontmost application, switching a tree on,
+// selected-text reading.
+#include "accessibility/element_helpers.h"
+
+#include <gtest/gtest.h>
+
+#include "accessibility/selected_text.h"
+#include "support/desk.h"
+
+namespace textport {
+namespace {
+
+using testing::Desk;
+
+Element node(Pid pid, const char* id) { return sim::makeElement(sim::ElementKind::node, pid, id); }
+
+// Two applications: 1 owns "field", 2 owns "other"; the second one is in front.
+constexpr const char* kTwoApps = R"({"frontmost": 2, "apps": [
+  {"pid": 1, "tree": {"children": [{"id": "w1", "children": [{"id": "field", "role": "AXTextField"}]}]}},
+  {"pid": 2, "focused": "other", "tree": {"children": [{"id": "w2", "children": [{"id": "other"}]}]}}]})";
+
+TEST(FocusedElement, FallsBackToTheSystemWideElementOnlyForTheSameProcess) {
+  Desk desk(kTwoApps);
+  // Application 1 cannot say; the system-wide answer belongs to application 2.
+  Element first = applicationElement(desk.sim(), 1, kApplicationTimeout);
+  EXPECT_EQ(focusedElement(desk.sim(), first, 1), std::nullopt);
+  Element second = applicationElement(desk.sim(), 2, kApplicationTimeout);
+  desk.sim().world().app(2)->errors["AXFocusedUIElement"] = kAXErrorCannotComplete;
+  auto fallback = focusedElement(desk.sim(), second, 2);
+  ASSERT_TRUE(fallback);
+  EXPECT_TRUE(*fallback == node(2, "other"));
+  // The fallback runs with its own short timeout, which becomes the process default.
+  EXPECT_FLOAT_EQ(desk.sim().record().requests.back().timeout, 0.15f);
+}
+
+TEST(FocusedElement, TakesTheApplicationsOwnAnswerWithoutComparingProcesses) {
+  Desk desk(kTwoApps);
+  desk.sim().world().app(1)->attributes["AXFocusedUIElement"] = node(2, "other");
+  auto focused = focusedElement(desk.sim(), applicationElement(desk.sim(), 1, kApplicationTimeout), 1);
+  ASSERT_TRUE(focused);
+  EXPECT_TRUE(*focused == node(2, "other"));
+}
+
+TEST(ElementRect, NeedsAPositionAndAPositiveSize) {
+  struct Case {
+    const char* attributes;
+    std::optional<Rect> rect;
+  };
+  const Case cases[] = {
+      {R"({"AXPosition": {"point": [-1440, -20]}, "AXSize": {"size": [300, 200]}})",
+       Rect{{-1440, -20}, {300, 200}}},
+      {R"({"AXPosition": {"point": [0, 0]}, "AXSize": {"size": [0, 200]}})", std::nullopt},
+      {R"({"AXPosition": {"point": [0, 0]}, "AXSize": {"size": [300, -1]}})", std::nullopt},
+      {R"({"AXPosition": {"point": [0, 0]}})", std::nullopt},
+      {R"({"AXSize": {"size": [300, 200]}})", std::nullopt},
+      {R"({"AXPosition": {"size": [0, 0]}, "AXSize": {"size": [300, 200]}})", std::nullopt},
+      {R"({"AXPosition": [0, 0], "AXSize": {"size": [300, 200]}})", std::nullopt},
+  };
+  for (const Case& c : cases) {
+    Desk desk(std::string(R"({"apps": [{"pid": 1, "tree": {"children": [{"id": "w", "attributes": )") +
+              c.attributes + "}]}}]}");
+    EXPECT_EQ(elementRect(desk.sim(), node(1, "w")), c.rect) << c.attributes;
+  }
+}
+
+TEST(Frontmost, PrefersTheAccessibilityAnswerAndFallsBackToTheWorkspace) {
+  Desk desk(kTwoApps);
+  EXPECT_EQ(frontmost(desk.sim())->pid, 2);
+  // A process the workspace does not know: nothing, and the workspace is not asked.
+  desk.sim().world().system.attributes["AXFocusedApplication"] =
+      sim::makeElement(sim::ElementKind::application, 99);
+  EXPECT_EQ(frontmost(desk.sim()), std::nullopt);
+  EXPECT_TRUE(desk.sim().record().waits.empty());
+  // No accessibility answer: a short run-loop turn, then the workspace.
+  desk.sim().world().system.errors["AXFocusedApplication"] = kAXErrorCannotComplete;
+  EXPECT_EQ(frontmost(desk.sim())->pid, 2);
+  ASSERT_EQ(desk.sim().record().waits.size(), 1u);
+  EXPECT_TRUE(desk.sim().record().waits[0].runLoop);
+  EXPECT_DOUBLE_EQ(desk.sim().record().waits[0].seconds, 0.005);
+}
+
+TEST(EnableAccessibility, AlwaysMakesBothWritesAndReportsEachCode) {
+  Desk desk(R"({"apps": [{"pid": 1, "accessibility": {"manual_accessibility": "attribute_unsupported",
+      "enhanced_user_interface": "cannot_complete"}}]})");
+  auto results = enableAccessibility(desk.sim(), applicationElement(desk.sim(), 1, kApplicationTimeout));
+  EXPECT_EQ(results, (std::map<std::string, AXError>{{"AXEnhancedUserInterface", kAXErrorCannotComplete},
+                                                     {"AXManualAccessibility", kAXErrorAttributeUnsupported}}));
+}
+
+TEST(SelectedText, ReadsTheAttributeFirstAndTextMarkersOnlyWhenItIsEmpty) {
+  struct Case {
+    const char* field;
+    std::optional<std::string> text;
+    std::size_t markerRequests;
+  };
+  const Case cases[] = {
+      {R"("value": "a   b", "selected_range": [1, 3])", "   ", 0},
+      {R"("value": "abc", "selected_range": [0, 3], "text_marker": true)", "abc", 1},
+      {R"("value": "abc", "selected_range": [1, 0], "attributes": {"AXSelectedTextMarkerRange": {"marker": "m"}},
+          "parameterized": {"AXAttributedStringForTextMarkerRange": {"attributed": "from markers"}})",
+       "from markers", 1},
+      {R"("value": "abc", "selected_range": [1, 0], "attributes": {"AXSelectedTextMarkerRange": {"marker": "m"}},
+          "parameterized": {"AXAttributedStringForTextMarkerRange": {"attributed": ""}})", std::nullopt, 1},
+      {R"("value": "abc", "selected_range": [1, 0], "attributes": {"AXSelectedTextMarkerRange": {"marker": "m"}},
+          "parameterized": {"AXAttributedStringForTextMarkerRange": "plain string"})", std::nullopt, 1},
+      {R"("role": "AXGroup")", std::nullopt, 0},
+  };
+  for (const Case& c : cases) {
+    Desk desk(std::string(R"({"apps": [{"pid": 1, "tree": {"children": [{"id": "w", "children": [
+        {"id": "f", "role": "AXTextArea", )") + c.field + "}]}]}}]}");
+    EXPECT_EQ(selectedText(desk.sim(), node(1, "f")), c.text) << c.field;
+    EXPECT_EQ(desk.sim().record().count("parameterized", "AXAttributedStringForTextMarkerRange"),
+              c.markerRequests)
+        << c.field;
+  }
+}
+
+}  // namespace
+}  // namespace textport

@@ -1,0 +1,66 @@
+// The captured-target store and the activity counters.
+#include "capture/target_store.h"
+
+#include <gtest/gtest.h>
+
+#include "capture/activity_counters.h"
+#include "support/desk.h"
+
+namespace textport {
+namespace {
+
+using testing::Desk;
+
+Element field() { return sim::makeElement(sim::ElementKind::node, 1, "f"); }
+
+TEST(TargetStore, HoldsAtMostFourAndTheFifthCaptureForgetsTheRest) {
+  sim::SimDesktop desktop;
+  TargetStore store;
+  std::vector<std::string> tokens;
+  for (int i = 0; i < 4; ++i) tokens.push_back(store.insert(desktop, field(), std::nullopt, false, false));
+  EXPECT_EQ(store.size(), 4u);
+  const std::string fifth = store.insert(desktop, field(), std::nullopt, false, false);
+  EXPECT_EQ(store.size(), 1u);
+  for (const auto& token : tokens) EXPECT_FALSE(store.take(token)) << token;
+  EXPECT_TRUE(store.take(fifth));
+}
+
+TEST(TargetStore, ATokenIsTakenOutOnce) {
+  sim::SimDesktop desktop;
+  TargetStore store;
+  const std::string token = store.insert(desktop, field(), field(), true, false);
+  auto record = store.take(token);
+  ASSERT_TRUE(record);
+  EXPECT_TRUE(record->composer);
+  EXPECT_FALSE(record->windowPaste);
+  EXPECT_FALSE(store.take(token));
+  EXPECT_FALSE(store.take("00000000-0000-4000-8000-000000000099"));
+}
+
+TEST(TargetStore, RecordsTheCountersAtCapture) {
+  Desk desk(R"({"counters": {"left_mouse_down": 4294967295, "right_mouse_down": 2,
+                             "other_mouse_down": 1, "key_down": 17}})");
+  const std::string token = desk.session.capturedElements.insert(desk.sim(), field(), std::nullopt,
+                                                                 false, true);
+  auto record = desk.session.capturedElements.take(token);
+  ASSERT_TRUE(record);
+  // The three button counters wrap past 2^32 when summed.
+  EXPECT_EQ(record->mouseCount, 2u);
+  EXPECT_EQ(record->keyCount, 17u);
+}
+
+TEST(ActivityCounters, CountButtonAndKeyPressesOnly) {
+  Desk desk("{}");
+  const auto mice = mouseCount(desk.sim());
+  const auto keys = keyCount(desk.sim());
+  for (const char* entry : {R"({"key": {"code": 56, "flags": 131072}})", R"({"click": {"button": "right"}})",
+                            R"({"click": {"button": "other"}})", R"({"key": 0})"}) {
+    ASSERT_FALSE(desk.sim().schedule(entry));
+  }
+  desk.sim().drainTimeline();
+  EXPECT_EQ(mouseCount(desk.sim()) - mice, 2u);
+  EXPECT_EQ(keyCount(desk.sim()) - keys, 2u);
+}
+
+}  // namespace
+}  // namespace textport
