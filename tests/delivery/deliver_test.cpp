@@ -36,7 +36,9 @@ void schedule(Desk& desk, const char* entry) {
   ASSERT_FALSE(error) << *error;
 }
 
-JsonObject& presented(JsonObject& request) { return std::get<JsonObject>(request["target"].data); }
+JsonObject& presented(JsonObject& request) {
+  return std::get<JsonObject>(request["target"].data);
+}
 
 // Each case would also fail every later check, so the message shows which check ran first.
 TEST(Deliver, RefusesAFocusedTargetAtTheFirstCheckThatFails) {
@@ -68,10 +70,13 @@ TEST(Deliver, RefusesAFocusedTargetAtTheFirstCheckThatFails) {
          schedule(d, R"({"frontmost": 600})");
        },
        msg::kOriginalTargetExpired, false},
-      {"the user switched application", [](Desk& d, JsonObject&) { schedule(d, R"({"frontmost": 600})"); },
+      {"the user switched application",
+       [](Desk& d, JsonObject&) { schedule(d, R"({"frontmost": 600})"); },
        msg::kActiveApplicationChanged, true},
       {"a pid beyond 32 bits names no process",
-       [](Desk&, JsonObject& r) { presented(r)["pid"] = std::int64_t{501} + (std::int64_t{1} << 32); },
+       [](Desk&, JsonObject& r) {
+         presented(r)["pid"] = std::int64_t{501} + (std::int64_t{1} << 32);
+       },
        msg::kActiveApplicationChanged, true},
       {"the focus moved to another field",
        [](Desk& d, JsonObject&) {
@@ -79,13 +84,16 @@ TEST(Deliver, RefusesAFocusedTargetAtTheFirstCheckThatFails) {
          schedule(d, R"({"key": 0})");  // typing does not matter for a focused target
        },
        msg::kInputFieldChanged, true},
-      {"the caret moved", [](Desk& d, JsonObject&) {
+      {"the caret moved",
+       [](Desk& d, JsonObject&) {
          schedule(d, R"({"select": {"element": "body", "range": [0, 0]}})");
        },
        msg::kTargetChanged, true},
       {"the same range now holds other text (case counts)",
        [](Desk& d, JsonObject&) {
-         schedule(d, R"({"edit": {"element": "body", "value": "Hello BRAVE new world", "range": [6, 5]}})");
+         schedule(
+             d,
+             R"({"edit": {"element": "body", "value": "Hello BRAVE new world", "range": [6, 5]}})");
        },
        msg::kTargetChanged, true},
       {"the presented selection no longer matches",
@@ -99,7 +107,8 @@ TEST(Deliver, RefusesAFocusedTargetAtTheFirstCheckThatFails) {
     const std::string token = std::get<std::string>(target.at("captureToken").data);
     JsonObject request = worlds::deliverRequest(target, "bold");
     refusal.change(desk, request);
-    EXPECT_EQ(testing::wire(deliver(desk.session, request)), testing::wire(errorAnswer(refusal.message)));
+    EXPECT_EQ(testing::wire(deliver(desk.session, request)),
+              testing::wire(errorAnswer(refusal.message)));
     EXPECT_EQ(desk.session.capturedElements.contains(token), !refusal.tokenSpent);
     expectDesktopUntouched(desk);
   }
@@ -129,7 +138,7 @@ TEST(Deliver, SelectionsThatDifferOnlyInCompositionAreTheSame) {
 
 struct Activity {
   const char* rule;
-  const char* happening;  // a timeline entry, or null
+  const char* happening;         // a timeline entry, or null
   std::int64_t keyCounterShift;  // moved directly, to reach values near 2^32
   JsonValue allowed;             // "allowed_key_events", or null to leave it out
   bool pasted;

@@ -23,7 +23,8 @@ inline constexpr const char* kUserPasteboard = R"([
 inline const std::string kEditor = std::string(R"({
   "frontmost": 501,
   "counters": {"key_down": 100, "left_mouse_down": 10},
-  "pasteboard": )") + kUserPasteboard + R"(,
+  "pasteboard": )") + kUserPasteboard +
+                                   R"(,
   "apps": [
     {"pid": 501, "bundle": "com.apple.TextEdit", "name": "TextEdit", "latency": 0.002,
      "paste": {"read_delay": 0.05}, "focused": "body",
@@ -46,7 +47,8 @@ inline std::string chat(const std::string& composerExtra = "") {
   return std::string(R"({
   "frontmost": 777,
   "counters": {"key_down": 100, "left_mouse_down": 10},
-  "pasteboard": )") + kUserPasteboard + R"(,
+  "pasteboard": )") +
+         kUserPasteboard + R"(,
   "apps": [
     {"pid": 777, "bundle": "com.tencent.xinWeChat", "name": "WeChat", "latency": 0.002,
      "paste": {"read_delay": 0.05}, "focused": "composer",
@@ -55,7 +57,8 @@ inline std::string chat(const std::string& composerExtra = "") {
          {"id": "search", "role": "AXTextField", "value": "", "frame": [0, 0, 300, 30]},
          {"id": "history", "role": "AXTextArea", "enabled": false, "value": "earlier",
           "frame": [0, 40, 1000, 500]},
-         {"id": "composer", "role": "AXTextArea", "identifier": "chatInput", )" + composerExtra + R"(
+         {"id": "composer", "role": "AXTextArea", "identifier": "chatInput", )" +
+         composerExtra + R"(
           "value": "draft", "selected_range": [5, 0], "frame": [0, 600, 1000, 150]}]},
        {"id": "chat2", "role": "AXWindow", "window_number": 43, "frame": [0, 0, 500, 400]}]}}
   ]
@@ -77,7 +80,9 @@ inline const std::string kChatWithoutFocus = std::string(R"({
        {"id": "chat2", "role": "AXWindow", "window_number": 43, "frame": [0, 0, 500, 400]}]}}
   ]
 })";
-inline std::string chatWithoutFocus() { return kChatWithoutFocus; }
+inline std::string chatWithoutFocus() {
+  return kChatWithoutFocus;
+}
 
 inline JsonObject capture(testing::Desk& desk) {
   return targetAction(desk.session, JsonObject{{"action", "target"}, {"selection", true}});

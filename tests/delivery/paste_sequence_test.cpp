@@ -73,9 +73,11 @@ TEST(PasteSequence, PastesWithCommandVAndPutsTheUsersClipboardBack) {
 }
 
 TEST(PasteSequence, TheUsersClipboardComesBackWhateverItHeld) {
-  for (const char* pasteboard :
-       {"[]", R"([[{"type": "public.png", "hex": "00ff00fe"}], [{"type": "com.example.private", "hex": ""}]])",
-        worlds::kUserPasteboard}) {
+  for (
+      const char* pasteboard :
+      {"[]",
+       R"([[{"type": "public.png", "hex": "00ff00fe"}], [{"type": "com.example.private", "hex": ""}]])",
+       worlds::kUserPasteboard}) {
     SCOPED_TRACE(pasteboard);
     std::string world = worlds::kEditor;
     world.replace(world.find(worlds::kUserPasteboard), std::string(worlds::kUserPasteboard).size(),
@@ -121,7 +123,8 @@ TEST(PasteSequence, ChangesAfterTheChecksStopTheKeystroke) {
       const JsonObject target = worlds::capture(desk);
       scheduleAt(desk, times.staged + 1e-4, c.happening);
       if (otherWriter) scheduleAt(desk, times.staged + 1e-4, kOtherWriter);
-      EXPECT_EQ(deliver(desk.session, worlds::deliverRequest(target, "bold")), errorAnswer(c.message));
+      EXPECT_EQ(deliver(desk.session, worlds::deliverRequest(target, "bold")),
+                errorAnswer(c.message));
       EXPECT_TRUE(desk.sim().postedEvents().empty());
       // The staged text never stays; a newer clipboard write is never overwritten.
       EXPECT_EQ(pasteboardText(desk.sim()),

@@ -2,6 +2,7 @@
 // request loop over a simulated desktop, and compares its answer lines and the final desktop
 // state with what the scenario expects. The format is described in docs/scenario-format.md.
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,8 +15,6 @@
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -30,7 +29,8 @@ const fs::path& scenarioRoot() {
 std::vector<fs::path> scenarioFiles() {
   std::vector<fs::path> files;
   for (const auto& entry : fs::recursive_directory_iterator(scenarioRoot())) {
-    if (entry.is_regular_file() && entry.path().extension() == ".json") files.push_back(entry.path());
+    if (entry.is_regular_file() && entry.path().extension() == ".json")
+      files.push_back(entry.path());
   }
   std::sort(files.begin(), files.end());
   return files;
@@ -86,7 +86,8 @@ std::string difference(const json& expected, const json& actual, const std::stri
     }
     return "";
   }
-  if (expected != actual) return where + ": expected " + expected.dump() + ", found " + actual.dump();
+  if (expected != actual)
+    return where + ": expected " + expected.dump() + ", found " + actual.dump();
   return "";
 }
 
@@ -130,7 +131,7 @@ TEST_P(Scenario, AnswersAndFinalStateAreAsListed) {
   json scenario;
   ASSERT_NO_THROW(scenario = json::parse(readFile(file))) << file;
   ASSERT_TRUE(scenario.is_object()) << file;
-  static const std::set<std::string> known = {"description", "world", "args",
+  static const std::set<std::string> known = {"description", "world",   "args",
                                               "requests",    "answers", "state"};
   for (const auto& [key, value] : scenario.items()) {
     ASSERT_TRUE(known.count(key)) << file << ": unknown key \"" << key << "\"";
@@ -138,8 +139,9 @@ TEST_P(Scenario, AnswersAndFinalStateAreAsListed) {
   ASSERT_TRUE(scenario.contains("requests") && scenario["requests"].is_array()) << file;
   ASSERT_TRUE(scenario.contains("answers") && scenario["answers"].is_array()) << file;
 
-  const fs::path dir = fs::temp_directory_path() /
-                       ("textport-scenario-" + std::to_string(getpid()) + "-" + file.stem().string());
+  const fs::path dir =
+      fs::temp_directory_path() /
+      ("textport-scenario-" + std::to_string(getpid()) + "-" + file.stem().string());
   fs::remove_all(dir);
   fs::create_directories(dir);
 
@@ -184,7 +186,8 @@ TEST_P(Scenario, AnswersAndFinalStateAreAsListed) {
     json state;
     ASSERT_NO_THROW(state = json::parse(readFile(statePath))) << file << ": no final state written";
     EXPECT_EQ(difference(scenario["state"], state, "state"), "")
-        << file << "\n" << scenario.value("description", "");
+        << file << "\n"
+        << scenario.value("description", "");
   }
   fs::remove_all(dir);
 }
