@@ -7,9 +7,7 @@
 namespace textport {
 namespace {
 
-Bytes bytes(std::string_view s) {
-  return Bytes(s.begin(), s.end());
-}
+Bytes bytes(std::string_view s) { return Bytes(s.begin(), s.end()); }
 
 // The pasteboard as (type, data) pairs per item, for comparing.
 using Contents = std::vector<std::vector<std::pair<std::string, std::optional<Bytes>>>>;
@@ -17,8 +15,7 @@ Contents contents(const sim::SimDesktop& desktop) {
   Contents result;
   for (const auto& item : desktop.pasteboardContents()) {
     auto& pairs = result.emplace_back();
-    for (const auto& representation : item)
-      pairs.emplace_back(representation.type, representation.data);
+    for (const auto& representation : item) pairs.emplace_back(representation.type, representation.data);
   }
   return result;
 }
@@ -27,9 +24,10 @@ Contents contents(const sim::SimDesktop& desktop) {
 class CopyAction : public ::testing::Test {
  protected:
   CopyAction() {
-    desktop.pasteboard().load({{{"public.png", bytes("PNG")}, {"com.example.private", bytes("p")}},
-                               {{"public.rtf", bytes("{\\rtf1 x}")}, {kPlainTextType, bytes("x")}}},
-                              7);
+    desktop.pasteboard().load(
+        {{{"public.png", bytes("PNG")}, {"com.example.private", bytes("p")}},
+         {{"public.rtf", bytes("{\\rtf1 x}")}, {kPlainTextType, bytes("x")}}},
+        7);
   }
   sim::SimDesktop desktop;
   Session session{desktop, {"textport"}};
