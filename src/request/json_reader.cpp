@@ -1,9 +1,8 @@
 #include "request/json_reader.h"
 
-#include <nlohmann/json.hpp>
-
 #include <cstdint>
 #include <limits>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>

@@ -15,7 +15,9 @@ namespace textport {
 namespace {
 
 template <class D>
-concept FloatToChars = requires(char* p, D d) { std::to_chars(p, p, d); };
+concept FloatToChars = requires(char* p, D d) {
+  std::to_chars(p, p, d);
+};
 
 // std::to_chars(first, last, d). The C++ library of older macOS SDKs has no floating-point
 // to_chars; there the same text is made with printf: the fewest significant digits that read
@@ -126,15 +128,32 @@ class Writer {
       }
       const char* escape = nullptr;
       switch (c) {
-        case '"': escape = "\\\""; break;
-        case '\\': escape = "\\\\"; break;
-        case '/': escape = "\\/"; break;
-        case '\n': escape = "\\n"; break;
-        case '\r': escape = "\\r"; break;
-        case '\t': escape = "\\t"; break;
-        case '\b': escape = "\\b"; break;
-        case '\f': escape = "\\f"; break;
-        default: break;
+        case '"':
+          escape = "\\\"";
+          break;
+        case '\\':
+          escape = "\\\\";
+          break;
+        case '/':
+          escape = "\\/";
+          break;
+        case '\n':
+          escape = "\\n";
+          break;
+        case '\r':
+          escape = "\\r";
+          break;
+        case '\t':
+          escape = "\\t";
+          break;
+        case '\b':
+          escape = "\\b";
+          break;
+        case '\f':
+          escape = "\\f";
+          break;
+        default:
+          break;
       }
       if (escape != nullptr || c < 0x20) {
         flush(i);

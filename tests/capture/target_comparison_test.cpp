@@ -8,8 +8,8 @@ namespace textport {
 namespace {
 
 JsonObject base() {
-  return {{"pid", 123}, {"role", "AXTextArea"}, {"identifier", "synthetic"},
-          {"window", 10}, {"offset", 3}, {"length", 0}};
+  return {{"pid", 123},   {"role", "AXTextArea"}, {"identifier", "synthetic"},
+          {"window", 10}, {"offset", 3},          {"length", 0}};
 }
 JsonObject with(std::function<void(JsonObject&)> change) {
   JsonObject d = base();
@@ -51,8 +51,7 @@ TEST(SameTarget, FollowsTheComparisonRulesInEitherArgumentOrder) {
       {"window missing equals 0", with([](auto& d) { d["window"] = 0; }),
        with([](auto& d) { d.erase("window"); }), true},
       {"another window", base(), with([](auto& d) { d["window"] = 11; }), false},
-      {"other keys may differ", base(),
-       with([](auto& d) {
+      {"other keys may differ", base(), with([](auto& d) {
          d["bundle"] = "x", d["name"] = "y", d["captureToken"] = "T", d["selection"] = "s";
        }),
        true},

@@ -17,14 +17,18 @@ TEST(RepairUtf8, ReplacesEachMaximalInvalidSubpartByOneReplacementCharacter) {
     std::string in, out;
   } cases[] = {
       {"plain \xE7\x84\xA6 \xF0\x9F\x98\x80", "plain \xE7\x84\xA6 \xF0\x9F\x98\x80"},
-      {"a\xF0\x9F\x98" "b", "a" + kFFFD + "b"},             // truncated four-byte sequence
-      {"\xE2\x82", kFFFD},                                   // truncated at the end
-      {"\xC0\xAF", kFFFD + kFFFD},                           // overlong: no valid prefix
-      {"\xED\xA0\x80", kFFFD + kFFFD + kFFFD},               // surrogate
-      {"\xF4\x90\x80\x80", kFFFD + kFFFD + kFFFD + kFFFD},   // past U+10FFFF
-      {"\x80\xBF", kFFFD + kFFFD},                           // lone continuation bytes
-      {"\xF5\xFF", kFFFD + kFFFD},                           // bytes that start nothing
-      {"\xE1\x80" "A", kFFFD + "A"},
+      {"a\xF0\x9F\x98"
+       "b",
+       "a" + kFFFD + "b"},                                  // truncated four-byte sequence
+      {"\xE2\x82", kFFFD},                                  // truncated at the end
+      {"\xC0\xAF", kFFFD + kFFFD},                          // overlong: no valid prefix
+      {"\xED\xA0\x80", kFFFD + kFFFD + kFFFD},              // surrogate
+      {"\xF4\x90\x80\x80", kFFFD + kFFFD + kFFFD + kFFFD},  // past U+10FFFF
+      {"\x80\xBF", kFFFD + kFFFD},                          // lone continuation bytes
+      {"\xF5\xFF", kFFFD + kFFFD},                          // bytes that start nothing
+      {"\xE1\x80"
+       "A",
+       kFFFD + "A"},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(repairUtf8(c.in), c.out) << c.in;
@@ -32,15 +36,17 @@ TEST(RepairUtf8, ReplacesEachMaximalInvalidSubpartByOneReplacementCharacter) {
   }
 }
 
-std::optional<std::string> written(JsonValue v) { return writeJson(JsonObject{{"v", std::move(v)}}); }
+std::optional<std::string> written(JsonValue v) {
+  return writeJson(JsonObject{{"v", std::move(v)}});
+}
 
 TEST(WriteJson, WritesNumbersAsIntegersWhenWholeAndShortestOtherwise) {
   const struct {
     double in;
     const char* out;
   } cases[] = {
-      {10.0, "10"},       {-3.0, "-3"},      {2.5, "2.5"},   {0.1, "0.1"},
-      {1e300, "1e+300"},  {9007199254740992.0, "9007199254740992"},
+      {10.0, "10"},        {-3.0, "-3"},      {2.5, "2.5"},
+      {0.1, "0.1"},        {1e300, "1e+300"}, {9007199254740992.0, "9007199254740992"},
       {1.5e-7, "1.5e-07"},
   };
   for (const auto& c : cases) {

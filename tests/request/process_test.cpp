@@ -1,12 +1,11 @@
 // The whole process, through the textport-sim binary: argument handling, exit status, the
 // silence of standard error, and a parent that stops reading.
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
