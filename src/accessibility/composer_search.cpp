@@ -1,11 +1,11 @@
 #include "accessibility/composer_search.h"
 
 #include <array>
-#include <deque>
 #include <string>
 #include <vector>
 
 #include "accessibility/element_helpers.h"
+#include "accessibility/tree_walk.h"
 
 namespace textport {
 
@@ -51,27 +51,20 @@ std::optional<Element> findComposer(Platform& platform, const Element& window) {
   auto windowRect = elementRect(platform, window);
   if (!windowRect) return std::nullopt;
 
-  std::deque<Element> queue{window};
   std::vector<Element> candidates;
-  std::size_t visited = 0;
-  double deadline = platform.now() + kComposerSearchBudget;
-  while (!queue.empty() && visited < kComposerSearchLimit && platform.now() < deadline) {
-    Element element = std::move(queue.front());
-    queue.pop_front();
-    platform.setMessagingTimeout(element, kComposerElementTimeout);
-    if (stringAttribute(platform, element, "AXRole").value_or("") == kComposerRole &&
-        isEditable(platform, element)) {
-      auto rect = elementRect(platform, element);
-      if (rect && composerGeometry(*rect, *windowRect)) candidates.push_back(element);
-    }
-    // Children are read for candidates too, so a text area inside another is seen.
-    if (auto kids = children(platform, element)) {
-      for (Element& child : *kids) queue.push_back(std::move(child));
-    }
-    ++visited;
-  }
+  // Children are read for candidates too, so a text area inside another is seen.
+  const bool complete = walkBreadthFirst(
+      platform, window, kComposerSearchLimit, kComposerSearchBudget, kComposerElementTimeout,
+      [&](const Element& element) {
+        if (stringAttribute(platform, element, "AXRole").value_or("") == kComposerRole &&
+            isEditable(platform, element)) {
+          auto rect = elementRect(platform, element);
+          if (rect && composerGeometry(*rect, *windowRect)) candidates.push_back(element);
+        }
+        return false;
+      });
   // A walk that did not finish cannot be sure there is only one composer.
-  if (!queue.empty() || candidates.size() != 1) return std::nullopt;
+  if (!complete || candidates.size() != 1) return std::nullopt;
   return candidates.front();
 }
 

@@ -1,9 +1,9 @@
 #include "accessibility/copy_selection.h"
 
 #include <cctype>
-#include <deque>
 
 #include "accessibility/element_helpers.h"
+#include "accessibility/tree_walk.h"
 #include "clipboard/pasteboard_snapshot.h"
 
 namespace textport {
@@ -40,20 +40,13 @@ bool isFrontmost(Platform& platform, Pid pid) {
 std::optional<Element> copyMenu(Platform& platform, const Element& application) {
   auto menuBar = axElement(attribute(platform, application, "AXMenuBar"));
   if (!menuBar) return std::nullopt;
-  std::deque<Element> queue{*menuBar};
-  std::size_t visited = 0;
-  double deadline = platform.now() + kMenuSearchBudget;
-  while (!queue.empty() && visited < kMenuSearchLimit && platform.now() < deadline) {
-    Element element = std::move(queue.front());
-    queue.pop_front();
-    platform.setMessagingTimeout(element, kMenuElementTimeout);
-    if (isCopyItem(platform, element)) return element;
-    if (auto kids = children(platform, element)) {
-      for (Element& child : *kids) queue.push_back(std::move(child));
-    }
-    ++visited;
-  }
-  return std::nullopt;
+  std::optional<Element> found;
+  walkBreadthFirst(platform, *menuBar, kMenuSearchLimit, kMenuSearchBudget, kMenuElementTimeout,
+                   [&](const Element& element) {
+                     if (isCopyItem(platform, element)) found = element;
+                     return found.has_value();
+                   });
+  return found;
 }
 
 std::optional<std::string> copySelection(Platform& platform, const Element& application, Pid pid,
