@@ -28,14 +28,16 @@ for i in "${!requests[@]}"; do
   echo "← ${answers[$i]:-}"
 done
 
+# The world's pasteboard held text, an image and a private type; copy leaves one text item.
 echo
-echo "Pasteboard afterwards ($state):"
 if command -v python3 >/dev/null 2>&1; then
-  python3 - "$state" <<'PY'
+  python3 - examples/editor.json "$state" <<'PY'
 import json, sys
-state = json.load(open(sys.argv[1]))
-print(json.dumps(state.get("pasteboard", state), ensure_ascii=False, indent=2))
+for title, path in (("before (the world file)", sys.argv[1]), ("afterwards (the state file)", sys.argv[2])):
+    print(f"Pasteboard {title}:")
+    print(json.dumps(json.load(open(path)).get("pasteboard"), ensure_ascii=False, indent=2))
 PY
 else
+  echo "Final state ($state):"
   cat "$state"
 fi
