@@ -1,118 +1,97 @@
+// Request bytes in, answer bytes out, through the real loop over an empty simulated desktop.
 #include "request/request_loop.h"
 
 #include <gtest/gtest.h>
 
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "platform/sim/sim_desktop.h"
 
 namespace textport {
 namespace {
 
-constexpr const char* kSelfTestAnswer =
-    "{\"differentCursorRejected\":true,\"differentPIDRejected\":true,"
-    "\"missingTargetRejected\":true,\"same\":true}\n";
-constexpr const char* kInvalid = "{\"error\":\"invalid request\"}\n";
-constexpr const char* kUnknown = "{\"error\":\"unknown action\"}\n";
-constexpr const char* kTrusted = "{\"accessibility\":true}\n";
+const std::string kSelfTest = R"({"differentCursorRejected":true,"differentPIDRejected":true,)"
+                              R"("missingTargetRejected":true,"same":true})"
+                              "\n";
+const std::string kInvalid = "{\"error\":\"invalid request\"}\n";
+const std::string kUnknown = "{\"error\":\"unknown action\"}\n";
+const std::string kTrusted = "{\"accessibility\":true}\n";
 
-struct Launch {
-  std::vector<std::string> arguments;
-  bool trusted = true;
-};
-const Launch kDaemon{{"textport", "--daemon"}};
-const Launch kOneShot{{"textport"}};
+enum Mode { daemon, oneShot, untrusted };
 
-struct Served {
-  std::string output;
-  std::uint64_t requests;
-};
-
-Served serveWith(const Launch& launch, const std::string& input) {
+std::string serveWith(Mode mode, const std::string& input, std::uint64_t* requests = nullptr) {
   sim::SimDesktop desktop;
-  desktop.setTrusted(launch.trusted);
-  Session session(desktop, launch.arguments);
+  desktop.setTrusted(mode != untrusted);
+  Session session(desktop, mode == oneShot ? std::vector<std::string>{"textport"}
+                                           : std::vector<std::string>{"textport", "--daemon"});
   std::istringstream in(input);
   std::ostringstream out;
   serve(in, out, session);
-  return {out.str(), desktop.requestsStarted()};
+  if (requests != nullptr) *requests = desktop.requestsStarted();
+  return out.str();
 }
 
 struct Case {
   const char* behaviour;
-  const Launch& launch;
-  std::string input;
-  std::string output;
+  Mode mode;
+  std::string input, output;
 };
 
 void expectAnswers(const std::vector<Case>& cases) {
-  for (const Case& c : cases) {
-    EXPECT_EQ(serveWith(c.launch, c.input).output, c.output) << c.behaviour;
-  }
+  for (const Case& c : cases) EXPECT_EQ(serveWith(c.mode, c.input), c.output) << c.behaviour;
 }
 
-TEST(RequestLoop, AnswersEverythingThatIsNotAJsonObjectAsAnInvalidRequest) {
-  const std::string deep(1'000'000, '[');
+TEST(RequestLoop, AnswersWhatIsNotAJsonObjectAsAnInvalidRequest) {
+  using namespace std::string_literals;
   expectAnswers({
-      {"empty line", kDaemon, "\n", kInvalid},
-      {"white space only", kDaemon, " \t \n", kInvalid},
-      {"bare number", kDaemon, "42\n", kInvalid},
-      {"bare string", kDaemon, "\"self_test\"\n", kInvalid},
-      {"null", kDaemon, "null\n", kInvalid},
-      {"top-level array", kDaemon, "[{\"action\":\"self_test\"}]\n", kInvalid},
-      {"broken JSON", kDaemon, "{\"action\":\"self_test\"\n", kInvalid},
-      {"trailing garbage", kDaemon, "{\"action\":\"self_test\"} x\n", kInvalid},
-      {"invalid UTF-8 outside strings", kDaemon, "{\"action\":\"self_test\"}\xFF\n", kInvalid},
-      {"NUL after the object", kDaemon, std::string("{\"action\":\"self_test\"}\0\n", 24),
-       kInvalid},
-      {"NUL inside a string", kDaemon, std::string("{\"action\":\"self\0test\"}\n", 23), kInvalid},
-      {"nesting a million deep", kDaemon, "{\"a\":" + deep + "\n", kInvalid},
-      {"a number past double range", kDaemon, "{\"action\":\"self_test\",\"n\":1e999}\n", kInvalid},
-      {"one-shot: empty input", kOneShot, "", kInvalid},
-      {"one-shot: invalid UTF-8 inside a string is not repaired", kOneShot,
+      {"empty line", daemon, "\n", kInvalid},
+      {"white space", daemon, " \t \n", kInvalid},
+      {"bare scalars", daemon, "42\n\"self_test\"\nnull\n", kInvalid + kInvalid + kInvalid},
+      {"top-level array", daemon, "[{\"action\":\"self_test\"}]\n", kInvalid},
+      {"trailing garbage", daemon, "{\"action\":\"self_test\"} x\n", kInvalid},
+      {"invalid UTF-8 outside strings", daemon, "{\"action\":\"self_test\"}\xFF\n", kInvalid},
+      {"NUL after the object", daemon, "{\"action\":\"self_test\"}\0\n"s, kInvalid},
+      {"NUL inside a string", daemon, "{\"action\":\"self\0test\"}\n"s, kInvalid},
+      {"nesting a million deep", daemon, std::string(1'000'000, '[') + "\n", kInvalid},
+      {"a number past double range", daemon, "{\"action\":\"self_test\",\"n\":1e999}\n", kInvalid},
+      {"one-shot: empty input", oneShot, "", kInvalid},
+      {"one-shot: invalid UTF-8 in a string is not repaired", oneShot,
        "{\"action\":\"self_test\",\"x\":\"\xC0\"}", kInvalid},
-  });
-}
-
-TEST(RequestLoop, ParsesWhatTheLineRepairAndTheNumberRulesLetThrough) {
-  expectAnswers({
-      {"daemon: invalid UTF-8 inside a string is repaired", kDaemon,
-       "{\"action\":\"self_test\",\"x\":\"\xC0\xAF\xF0\x9F\"}\n", kSelfTestAnswer},
-      {"an integer past 64 bits", kDaemon,
-       "{\"action\":\"self_test\",\"n\":123456789012345678901234567890}\n", kSelfTestAnswer},
-      {"one-shot: byte order mark", kOneShot, "\xEF\xBB\xBF{\"action\":\"self_test\"}",
-       kSelfTestAnswer},
+      {"daemon: invalid UTF-8 in a string is repaired", daemon,
+       "{\"action\":\"self_test\",\"x\":\"\xC0\xAF\xF0\x9F\"}\n", kSelfTest},
+      {"an integer past 64 bits", daemon,
+       "{\"action\":\"self_test\",\"n\":123456789012345678901234567890}\n", kSelfTest},
+      {"one-shot: byte order mark", oneShot, "\xEF\xBB\xBF{\"action\":\"self_test\"}", kSelfTest},
   });
 }
 
 TEST(RequestLoop, DispatchesByExactNameThroughTheGates) {
-  const Launch untrusted{{"textport", "--daemon"}, false};
+  const std::string diagnostic = "{\"error\":\"Diagnostic only\"}\n";
   expectAnswers({
-      {"deliver without permission, even with nothing else", untrusted,
-       "{\"action\":\"deliver\"}\n",
+      {"deliver without permission, with nothing else", untrusted, R"({"action":"deliver"})",
        "{\"error\":\"需要辅助功能权限 \\/ Accessibility permission required\"}\n"},
-      {"permissions report as data", untrusted, "{\"action\":\"permissions\"}\n",
+      {"permissions as data", untrusted, R"({"action":"permissions"})",
        "{\"accessibility\":false}\n"},
-      {"self test needs no permission", untrusted, "{\"action\":\"self_test\"}\n", kSelfTestAnswer},
-      {"diagnostics need the flag", kDaemon,
-       "{\"action\":\"probe_clipboard\"}\n{\"action\":\"probe_copy_selection\"}\n"
-       "{\"action\":\"inspect_app\",\"pid\":1}\n",
-       "{\"error\":\"Diagnostic only\"}\n{\"error\":\"Diagnostic only\"}\n"
-       "{\"error\":\"Diagnostic only\"}\n"},
-      {"the fixture probe needs the flag", kDaemon, "{\"action\":\"probe_fixture\"}\n",
+      {"self test needs nothing", untrusted, R"({"action":"self_test"})", kSelfTest},
+      {"diagnostics need the flag", daemon,
+       R"({"action":"probe_clipboard"})"
+       "\n"
+       R"({"action":"probe_copy_selection"})"
+       "\n"
+       R"({"action":"inspect_app","pid":1})",
+       diagnostic + diagnostic + diagnostic},
+      {"the fixture probe too", daemon, R"({"action":"probe_fixture"})",
        "{\"error\":\"Fixture only\"}\n"},
-      {"names are exact and case-sensitive", kDaemon,
-       "{\"action\":\"Copy\"}\n{\"action\":\"copy \"}\n{\"action\":\"\"}\n",
-       std::string(kUnknown) + kUnknown + kUnknown},
-      {"action missing or not a string", kDaemon,
-       "{}\n{\"action\":5}\n{\"action\":null}\n{\"action\":[\"copy\"]}\n",
-       std::string(kUnknown) + kUnknown + kUnknown + kUnknown},
-      {"a mistyped value counts as missing", kDaemon, "{\"action\":\"copy\",\"text\":12}\n",
+      {"names are exact", daemon,
+       "{\"action\":\"Copy\"}\n{\"action\":\"copy \"}\n{\"action\":\"\"}",
+       kUnknown + kUnknown + kUnknown},
+      {"action missing or not a string", daemon,
+       "{}\n{\"action\":5}\n{\"action\":null}\n{\"action\":[\"copy\"]}",
+       kUnknown + kUnknown + kUnknown + kUnknown},
+      {"a mistyped value counts as missing", daemon, R"({"action":"copy","text":12})",
        "{\"error\":\"missing text\"}\n"},
-      {"the last of duplicate keys wins", kDaemon,
-       "{\"action\":\"Copy\",\"action\":\"permissions\"}\n", kTrusted},
+      {"the last of duplicate keys wins", daemon, R"({"action":"Copy","action":"permissions"})",
+       kTrusted},
   });
 }
 
@@ -137,27 +116,26 @@ TEST(RequestLoop, OpenGatesHandTheRequestToTheAction) {
 
 TEST(RequestLoop, FramesOneAnswerLinePerInputLine) {
   expectAnswers({
-      {"CRLF line", kDaemon, "{\"action\":\"permissions\"}\r\n", kTrusted},
-      {"last line without a line feed", kDaemon,
-       "{\"action\":\"permissions\"}\n{\"action\":\"self_test\"}",
-       std::string(kTrusted) + kSelfTestAnswer},
-      {"three lines, the middle one empty", kDaemon,
+      {"CRLF", daemon, "{\"action\":\"permissions\"}\r\n", kTrusted},
+      {"last line without a line feed", daemon,
+       "{\"action\":\"permissions\"}\n{\"action\":\"self_test\"}", kTrusted + kSelfTest},
+      {"three lines, the middle one empty", daemon,
        "{\"action\":\"permissions\"}\n\n{\"action\":\"permissions\"}\n",
-       std::string(kTrusted) + kInvalid + kTrusted},
-      {"no input, no answer", kDaemon, "", ""},
-      {"one-shot: all of input is one request", kOneShot,
+       kTrusted + kInvalid + kTrusted},
+      {"no input, no answer", daemon, "", ""},
+      {"one-shot: all of input is one request", oneShot,
        "{\"action\":\"permissions\"}\n{\"action\":\"permissions\"}\n", kInvalid},
-      {"one-shot: a request over several lines", kOneShot,
-       "{\n  \"action\": \"permissions\"\r\n}\n", kTrusted},
+      {"one-shot: one request over several lines", oneShot,
+       "{\n \"action\": \"permissions\"\r\n}\n", kTrusted},
   });
 }
 
 TEST(RequestLoop, AnswersAMultiMegabyteLineAndOpensAScopeForEveryRequest) {
-  const std::string text(2 << 20, 'x');
-  const Served served =
-      serveWith(kDaemon, "{\"action\":\"copy\",\"text\":\"" + text + "\"}\n\n{\"action\":\"x\"}");
-  EXPECT_EQ(served.output, std::string("{\"status\":\"copied\"}\n") + kInvalid + kUnknown);
-  EXPECT_EQ(served.requests, 3u);
+  std::uint64_t requests = 0;
+  const std::string big = "{\"action\":\"copy\",\"text\":\"" + std::string(2 << 20, 'x') + "\"}";
+  EXPECT_EQ(serveWith(daemon, big + "\n\n{}", &requests),
+            "{\"status\":\"copied\"}\n" + kInvalid + kUnknown);
+  EXPECT_EQ(requests, 3u);
 }
 
 }  // namespace
