@@ -1,13 +1,16 @@
 // The fixed messages of the request channel: the loop's and the dispatcher's error answers.
+// A gate refuses in the words of the actions it guards, so those come from their subsystems.
 #pragma once
+
+#include "delivery/delivery_messages.h"
+#include "diagnostics/diagnostic_messages.h"
 
 namespace textport::messages {
 
 inline constexpr const char* kInvalidRequest = "invalid request";
 inline constexpr const char* kUnknownAction = "unknown action";
-inline constexpr const char* kDiagnosticOnly = "Diagnostic only";
-inline constexpr const char* kFixtureOnly = "Fixture only";
-inline constexpr const char* kAccessibilityRequired =
-    "需要辅助功能权限 / Accessibility permission required";
+inline constexpr const char* kDiagnosticOnly = diagnostic_messages::kDiagnosticOnly;
+inline constexpr const char* kFixtureOnly = diagnostic_messages::kFixtureOnly;
+inline constexpr const char* kAccessibilityRequired = delivery_messages::kAccessibilityRequired;
 
 }  // namespace textport::messages
