@@ -43,6 +43,7 @@ class RequestWatch {
       : before_(restorable(desktop.pasteboardContents())),
         writes_(desktop.record().pasteboardWrites.size()),
         posted_(desktop.record().posted.size()),
+        happenings_(desktop.record().happenings.size()),
         startTime_(desktop.time()),
         foreign_(std::move(foreignWriters)) {}
 
@@ -71,7 +72,11 @@ class RequestWatch {
       return "request took " + std::to_string(desktop.time() - startTime_) + " s of virtual time";
     }
 
-    if (!pasteboardKept(desktop, answer)) return "the user's pasteboard was lost: " + std::string(line);
+    if (!pasteboardKept(desktop, answer)) {
+      return "the user's pasteboard was lost: " + std::string(line) + "\n  before: " +
+             describe(before_) + "\n  after:  " + describe(desktop.pasteboardContents()) +
+             "\n  writes: " + writesSince(desktop);
+    }
     return std::nullopt;
   }
 
@@ -88,14 +93,58 @@ class RequestWatch {
     if (answer.size() == 1 && answer.contains("ok")) return true;
     const auto& writes = desktop.record().pasteboardWrites;
     for (std::size_t i = writes_; i < writes.size(); ++i) {
-      if (foreign_.count(writes[i].writer) != 0 && writes[i].itemsAfter == now) return true;
+      const bool foreign = foreign_.count(writes[i].writer) != 0 ||
+                           (writes[i].writer == "app_copy" && lateCopy(desktop, i));
+      if (foreign && restorable(writes[i].itemsAfter) == restorable(now)) return true;
     }
     return false;
+  }
+
+  // Whether an application's copy landed after the process had stopped waiting for it: its
+  // Copy press came in an earlier request, or the process wrote the pasteboard since the press
+  // (another program's write made it take that write for the copy). Such a copy is the
+  // application's own write, and nobody could undo it.
+  bool lateCopy(const sim::SimDesktop& desktop, std::size_t writeIndex) const {
+    const auto& record = desktop.record();
+    const double landed = record.pasteboardWrites[writeIndex].time;
+    std::optional<double> pressed;
+    for (std::size_t i = happenings_; i < record.happenings.size(); ++i) {
+      if (record.happenings[i].what == "copy_pressed" && record.happenings[i].time <= landed) {
+        pressed = record.happenings[i].time;
+      }
+    }
+    if (!pressed) return true;
+    for (std::size_t i = writes_; i < writeIndex; ++i) {
+      const auto& write = record.pasteboardWrites[i];
+      if (write.writer == "textport" && write.time >= *pressed) return true;
+    }
+    return false;
+  }
+
+  static std::string describe(const std::vector<sim::SimItem>& items) {
+    std::string out;
+    for (const auto& item : items) {
+      out += "[";
+      for (const auto& r : item) {
+        out += r.type + (r.data ? "=" + std::to_string(r.data->size()) + "B " : "=lazy ");
+      }
+      out += "]";
+    }
+    return out;
+  }
+  std::string writesSince(const sim::SimDesktop& desktop) const {
+    std::string out;
+    const auto& writes = desktop.record().pasteboardWrites;
+    for (std::size_t i = writes_; i < writes.size(); ++i) {
+      out += writes[i].writer + ":" + writes[i].operation + "@" + std::to_string(writes[i].time) + " ";
+    }
+    return out;
   }
 
   std::vector<sim::SimItem> before_;
   std::size_t writes_;
   std::size_t posted_;
+  std::size_t happenings_;
   double startTime_;
   std::set<std::string, std::less<>> foreign_;
 };

@@ -1,0 +1,256 @@
+// Randomised desktops from fixed seeds: random pasteboards, copy and paste behaviours, user
+// changes between requests, other programs writing the pasteboard, and random sequences of
+// captures and deliveries through the real request loop. After every request the answer keeps
+// the protocol, the user's pasteboard is kept, the request stays within its time budget, and a
+// delivery never pastes after a change that its checks must catch.
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <optional>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "platform/sim/sim_desktop.h"
+#include "property/request_invariants.h"
+#include "request/request_loop.h"
+#include "session/session.h"
+
+namespace textport {
+namespace {
+
+using nlohmann::json;
+
+constexpr Pid kEditor = 501;
+constexpr Pid kChat = 600;
+
+// Virtual seconds a request may take when no application is slow: a capture waits at most
+// for one Copy (0.65 s and one poll); a delivery adds the composer's focus pause and the
+// 0.35 s paste wait to a fresh capture.
+constexpr double kTargetBudget = 0.70;
+constexpr double kDeliverBudget = 1.10;
+constexpr double kInstantBudget = 0.0;
+
+class Dice {
+ public:
+  explicit Dice(std::uint64_t seed) : engine_(seed) {}
+  int upTo(int n) { return std::uniform_int_distribution<int>(0, n)(engine_); }
+  bool chance(double p) { return std::bernoulli_distribution(p)(engine_); }
+  template <class T>
+  const T& pick(const std::vector<T>& options) {
+    return options[static_cast<std::size_t>(upTo(static_cast<int>(options.size()) - 1))];
+  }
+
+ private:
+  std::mt19937_64 engine_;
+};
+
+json randomPasteboard(Dice& dice) {
+  const std::vector<std::string> kTypes = {"public.utf8-plain-text", "public.png",
+                                                  "public.rtf", "com.example.private"};
+  json items = json::array();
+  for (int i = dice.upTo(3); i > 0; --i) {
+    json item = json::array();
+    for (int j = dice.upTo(3); j > 0; --j) {
+      json representation{{"type", dice.pick(kTypes) + (dice.chance(0.3) ? ".x" : "")}};
+      switch (dice.upTo(3)) {
+        case 0: representation["text"] = dice.pick<std::string>({"", "clip", "多字节 ✓", "a/b"}); break;
+        case 1: {
+          std::string hex;
+          for (int k = dice.upTo(12); k > 0; --k) hex += dice.pick<std::string>({"00", "ff", "0a", "c3"});
+          representation["hex"] = hex;
+          break;
+        }
+        case 2: representation["lazy"] = true; break;
+        default: representation["text"] = std::string(static_cast<std::size_t>(dice.upTo(3000)), 'x');
+      }
+      item.push_back(representation);
+    }
+    items.push_back(item);
+  }
+  return items;
+}
+
+json randomWorld(Dice& dice) {
+  const double copyDelay = dice.pick<double>({0, 0.05, 0.3, 0.64, 0.9});
+  const std::string body = dice.pick<std::string>({"hello world", "", "ünïcödé 😀 text"});
+  const std::string writes = dice.pick<std::string>({"selection", "text", "image", "nothing"});
+  json copy{{"writes", writes}, {"delay", copyDelay}, {"press_error", dice.chance(0.1) ? -25204 : 0}};
+  if (writes == "text") copy["text"] = "their copy";
+  json paste{{"read_delay", dice.pick<double>({0, 0.05, 0.2, 0.5})}};
+  json editor{
+      {"pid", kEditor}, {"bundle", "com.apple.TextEdit"}, {"name", "TextEdit"},
+      {"copy", copy}, {"paste", paste}, {"focused", dice.chance(0.8) ? "body" : "title"},
+      {"tree", {{"children", {{{"id", "doc"}, {"frame", {0, 0, 800, 600}}, {"window_number", 7},
+                               {"children", {{{"id", "title"}, {"role", "AXTextField"},
+                                              {"value", "Title"}, {"frame", {0, 0, 800, 20}}},
+                                             {{"id", "body"}, {"role", "AXTextArea"},
+                                              {"identifier", "body"}, {"value", body},
+                                              {"frame", {0, 20, 800, 580}}}}}}}}}},
+      {"menu_bar", {{"id", "menus"}, {"children", {{{"id", "edit"}, {"role", "AXMenuBarItem"},
+                     {"children", {{{"id", "copy"}, {"role", "AXMenuItem"}, {"cmd_char", "c"},
+                                    {"enabled", dice.chance(0.9)}, {"copies", true}}}}}}}}}};
+  if (dice.chance(0.3)) {
+    editor["tree"]["children"][0]["children"][1]["errors"] = {{"AXSelectedText", "attribute_unsupported"}};
+  }
+  json chat{
+      {"pid", kChat}, {"bundle", "com.tencent.xinWeChat"}, {"name", "WeChat"}, {"paste", paste},
+      {"focused", dice.chance(0.5) ? "messages" : "composer"},
+      {"accessibility", {{"tree_needs_switch", dice.chance(0.5)}}},
+      {"tree", {{"children", {{{"id", "chat-window"}, {"frame", {0, 0, 1000, 800}}, {"window_number", 42},
+                               {"children", {{{"id", "messages"}, {"role", "AXList"}, {"frame", {250, 0, 750, 560}}},
+                                             {{"id", "composer"}, {"role", "AXTextArea"},
+                                              {"frame", {260, 610, 730, 180}},
+                                              {"value", dice.chance(0.5) ? "" : "draft"}}}}}}}}}};
+  json timeline = json::array();
+  for (int i = dice.upTo(2); i > 0; --i) {
+    timeline.push_back({{"at", dice.upTo(40) / 10.0}, {"pasteboard", randomPasteboard(dice)}});
+  }
+  return json{{"frontmost", dice.chance(0.6) ? kEditor : kChat},
+              {"counters", {{"key_down", 4294967295u - static_cast<unsigned>(dice.upTo(2))},
+                            {"left_mouse_down", dice.upTo(5)}}},
+              {"pasteboard", randomPasteboard(dice)},
+              {"apps", {editor, chat}},
+              {"timeline", timeline}};
+}
+
+// What the user could notice about a captured target; a delivery must refuse when it moved.
+struct View {
+  std::optional<Pid> front;
+  std::optional<std::string> focused;
+  std::optional<Range> selection;
+  std::uint32_t keys = 0;
+  std::uint32_t clicks = 0;
+};
+
+View look(const sim::SimDesktop& desktop, Pid pid) {
+  View view{desktop.frontmostPid(), desktop.focusedId(pid), std::nullopt,
+            desktop.counter(EventType::keyDown), desktop.counter(EventType::leftMouseDown)};
+  if (view.focused) view.selection = desktop.fieldSelection(*view.focused);
+  return view;
+}
+
+struct Capture {
+  json answer;
+  View view;
+};
+
+// A change the user makes between two requests, as a timeline entry that happens at once.
+json randomChange(Dice& dice, const sim::SimDesktop& desktop) {
+  // The body's length in UTF-16 code units, so a new selection always lies inside it.
+  int length = 0;
+  for (unsigned char c : desktop.fieldValue("body").value_or("")) {
+    if ((c & 0xC0) != 0x80) length += c >= 0xF0 ? 2 : 1;
+  }
+  const int location = dice.upTo(length);
+  switch (dice.upTo(7)) {
+    case 0: return {{"focus", dice.pick<std::string>({"title", "body", "composer", "messages"})}};
+    case 1: return {{"select", {{"element", "body"}, {"range", {location, dice.upTo(length - location)}}}}};
+    case 2: return {{"frontmost", dice.chance(0.5) ? kEditor : kChat}};
+    case 3: return {{"key", dice.pick<int>({0, 12, 49})}};
+    case 4: return {{"click", {{"button", "left"}}}};
+    case 5: return {{"pasteboard", randomPasteboard(dice)}};
+    case 6: return {{"trusted", dice.chance(0.7)}};
+    default: return {{"edit", {{"element", "body"}, {"value", "edited"}}}};
+  }
+}
+
+// Runs one seed; the failure message names it so that it can be replayed.
+void runSeed(std::uint64_t seed) {
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  Dice dice(seed);
+  const json world = randomWorld(dice);
+  sim::SimLoad loaded = sim::SimDesktop::fromJson(world.dump(), "random.json");
+  ASSERT_TRUE(loaded) << loaded.error;
+  sim::SimDesktop& desktop = *loaded.desktop;
+  Session session(desktop, {"textport", "--daemon"});
+
+  std::vector<Capture> captures;
+  for (int step = dice.upTo(8) + 4; step > 0; --step) {
+    if (dice.chance(0.35)) {
+      const json change = randomChange(dice, desktop);
+      const auto problem = desktop.schedule(change.dump());
+      ASSERT_FALSE(problem) << *problem << ": " << change.dump();
+    }
+
+    json request;
+    double budget = kInstantBudget;
+    const Capture* used = nullptr;
+    const int kind = dice.upTo(9);
+    if (kind <= 2 || captures.empty()) {
+      request = {{"action", "target"}, {"selection", dice.chance(0.8)}};
+      budget = kTargetBudget;
+    } else if (kind <= 6) {
+      used = dice.chance(0.7) ? &captures.back() : &dice.pick(captures);
+      json presented = used->answer;
+      if (dice.chance(0.1)) presented["offset"] = presented.value("offset", 0) + 1;
+      const std::uint32_t typed = desktop.counter(EventType::keyDown) - used->view.keys;
+      request = {{"action", "deliver"}, {"target", presented}, {"text", "result ✓ /"},
+                 {"allowed_key_events", dice.chance(0.8) ? typed : typed + 1}};
+      budget = kDeliverBudget;
+    } else if (kind == 7) {
+      request = {{"action", "copy"}, {"text", "copied"}};
+    } else {
+      request = {{"action", dice.pick<std::string>({"self_test", "permissions", "nope"})}};
+    }
+
+    const std::optional<View> before =
+        used ? std::optional<View>(look(desktop, used->answer.value("pid", 0))) : std::nullopt;
+    const invariants::RequestWatch watch(desktop);
+    std::istringstream input(request.dump() + "\n");
+    std::ostringstream output;
+    serve(input, output, session);
+    const std::string answerLine = output.str();
+    if (auto broken = watch.check(desktop, answerLine, budget)) {
+      FAIL() << *broken << "\nrequest: " << request.dump();
+    }
+    const json answer = json::parse(answerLine);
+
+    if (request["action"] == "target" && answer.contains("captureToken")) {
+      captures.push_back({answer, look(desktop, answer.value("pid", 0))});
+    }
+    if (used && answer.value("status", "") == "paste_sent") {
+      const View& then = used->view;
+      const std::string mode = used->answer.value("target_mode", "");
+      ASSERT_EQ(before->front, std::optional<Pid>(used->answer.value("pid", 0)))
+          << "pasted into an application that is no longer frontmost: " << request.dump();
+      if (mode == "focused") {
+        ASSERT_EQ(before->focused, then.focused) << "pasted after the focus moved";
+        ASSERT_EQ(before->selection, then.selection) << "pasted after the caret moved";
+        ASSERT_EQ(request["target"], used->answer) << "pasted for a changed description";
+      } else {
+        ASSERT_EQ(before->clicks, then.clicks) << "pasted after a click: " << mode;
+        ASSERT_EQ(before->keys - then.keys, request["allowed_key_events"].get<std::uint32_t>())
+            << "pasted after unannounced typing: " << mode;
+      }
+    }
+  }
+}
+
+// Seeds that once found a fault, kept as fixed cases: 573 and 1826, a newer writer just before
+// the staging whose promised type cannot come back; 1366, another program's write taken for
+// the Copy, whose real content then lands during a later paste wait.
+constexpr std::uint64_t kFoundSeeds[] = {573, 1366, 1826};
+
+TEST(RandomWorlds, FoundSeedsStayFixed) {
+  for (std::uint64_t seed : kFoundSeeds) runSeed(seed);
+}
+
+// Four batches, so a CI run can spread them; each stops at its first failing seed.
+class RandomWorldBatch : public ::testing::TestWithParam<std::uint64_t> {};
+
+TEST_P(RandomWorldBatch, EveryRequestKeepsTheRules) {
+  constexpr std::uint64_t kSeedsPerBatch = 600;
+  const std::uint64_t first = GetParam() * kSeedsPerBatch + 1;
+  for (std::uint64_t seed = first; seed < first + kSeedsPerBatch && !HasFailure(); ++seed) {
+    runSeed(seed);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, RandomWorldBatch, ::testing::Values(0, 1, 2, 3));
+
+}  // namespace
+}  // namespace textport
