@@ -38,27 +38,24 @@ void setPasteboard(Desk& desk, std::vector<sim::SimItem> items) {
 }
 
 TEST(CopySelection, ReturnsTheCopiedTextAndRestoresEveryItemAndType) {
-  const std::vector<std::vector<sim::SimItem>> contents = {
-      {},  // an empty pasteboard is empty again
-      {{{"public.utf8-plain-text", Bytes{'h', 'i'}}, {"public.png", Bytes{0x89, 0, 0xff}}},
-       {{"com.example.private", Bytes{0, 1, 2}}}},
-      {{{"public.html", Bytes{'<', 'b', '>'}}, {"public.rtf", Bytes{'{', '}'}}}},
+  const sim::SimItem text = {{"public.utf8-plain-text", Bytes{'h', 'i'}}, {"public.png", Bytes{0, 0xff}}};
+  const sim::SimItem binary = {{"com.example.private", Bytes{0, 1, 2}}};
+  const sim::SimItem promised = {{"com.example.promised", std::nullopt}};
+  struct Case {
+    std::vector<sim::SimItem> before, after;
   };
-  for (const auto& items : contents) {
+  const Case cases[] = {
+      {{}, {}},  // an empty pasteboard is empty again
+      {{text, binary}, {text, binary}},
+      // A type that gives no data is left out; its item still comes back, empty.
+      {{promised, binary}, {{}, binary}},
+  };
+  for (const Case& c : cases) {
     Desk desk(copyRouteWorld());
-    setPasteboard(desk, items);
-    const std::string before = pasteboardText(desk.sim());
+    setPasteboard(desk, c.before);
     EXPECT_EQ(copyFrom(desk), "copied text");
-    EXPECT_EQ(pasteboardText(desk.sim()), before);
+    EXPECT_TRUE(desk.sim().pasteboardContents() == c.after) << pasteboardText(desk.sim());
   }
-}
-
-TEST(CopySelection, AnItemWhoseDataCannotBeReadIsRestoredAsAnEmptyItem) {
-  Desk desk(copyRouteWorld());
-  setPasteboard(desk, {{{"com.example.promised", std::nullopt}},
-                       {{"public.utf8-plain-text", Bytes{'a'}}}});
-  EXPECT_EQ(copyFrom(desk), "copied text");
-  EXPECT_EQ(pasteboardText(desk.sim()), "[][public.utf8-plain-text=a;]");
 }
 
 TEST(CopySelection, ANewerClipboardWriteIsNeverOverwritten) {

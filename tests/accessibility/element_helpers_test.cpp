@@ -1,5 +1,4 @@
-// The element helpers: focused element, rectangles, frontmost application, switching a tree on,
-// selected-text reading.
+// The element helpers: focused element, rectangles, frontmost application, selected-text reading.
 #include "accessibility/element_helpers.h"
 
 #include <gtest/gtest.h>
@@ -19,11 +18,11 @@ constexpr const char* kTwoApps = R"({"frontmost": 2, "apps": [
   {"pid": 1, "tree": {"children": [{"id": "w1", "children": [{"id": "field", "role": "AXTextField"}]}]}},
   {"pid": 2, "focused": "other", "tree": {"children": [{"id": "w2", "children": [{"id": "other"}]}]}}]})";
 
-TEST(FocusedElement, FallsBackToTheSystemWideElementOnlyForTheSameProcess) {
+TEST(FocusedElement, ComparesProcessesOnlyForTheSystemWideFallback) {
   Desk desk(kTwoApps);
   // Application 1 cannot say; the system-wide answer belongs to application 2.
-  Element first = applicationElement(desk.sim(), 1, kApplicationTimeout);
-  EXPECT_EQ(focusedElement(desk.sim(), first, 1), std::nullopt);
+  EXPECT_EQ(focusedElement(desk.sim(), applicationElement(desk.sim(), 1, kApplicationTimeout), 1),
+            std::nullopt);
   Element second = applicationElement(desk.sim(), 2, kApplicationTimeout);
   desk.sim().world().app(2)->errors["AXFocusedUIElement"] = kAXErrorCannotComplete;
   auto fallback = focusedElement(desk.sim(), second, 2);
@@ -31,14 +30,11 @@ TEST(FocusedElement, FallsBackToTheSystemWideElementOnlyForTheSameProcess) {
   EXPECT_TRUE(*fallback == node(2, "other"));
   // The fallback runs with its own short timeout, which becomes the process default.
   EXPECT_FLOAT_EQ(desk.sim().record().requests.back().timeout, 0.15f);
-}
-
-TEST(FocusedElement, TakesTheApplicationsOwnAnswerWithoutComparingProcesses) {
-  Desk desk(kTwoApps);
+  // The application's own answer is taken without comparing processes.
   desk.sim().world().app(1)->attributes["AXFocusedUIElement"] = node(2, "other");
-  auto focused = focusedElement(desk.sim(), applicationElement(desk.sim(), 1, kApplicationTimeout), 1);
-  ASSERT_TRUE(focused);
-  EXPECT_TRUE(*focused == node(2, "other"));
+  auto own = focusedElement(desk.sim(), applicationElement(desk.sim(), 1, kApplicationTimeout), 1);
+  ASSERT_TRUE(own);
+  EXPECT_TRUE(*own == node(2, "other"));
 }
 
 TEST(ElementRect, NeedsAPositionAndAPositiveSize) {
@@ -77,14 +73,6 @@ TEST(Frontmost, PrefersTheAccessibilityAnswerAndFallsBackToTheWorkspace) {
   ASSERT_EQ(desk.sim().record().waits.size(), 1u);
   EXPECT_TRUE(desk.sim().record().waits[0].runLoop);
   EXPECT_DOUBLE_EQ(desk.sim().record().waits[0].seconds, 0.005);
-}
-
-TEST(EnableAccessibility, AlwaysMakesBothWritesAndReportsEachCode) {
-  Desk desk(R"({"apps": [{"pid": 1, "accessibility": {"manual_accessibility": "attribute_unsupported",
-      "enhanced_user_interface": "cannot_complete"}}]})");
-  auto results = enableAccessibility(desk.sim(), applicationElement(desk.sim(), 1, kApplicationTimeout));
-  EXPECT_EQ(results, (std::map<std::string, AXError>{{"AXEnhancedUserInterface", kAXErrorCannotComplete},
-                                                     {"AXManualAccessibility", kAXErrorAttributeUnsupported}}));
 }
 
 TEST(SelectedText, ReadsTheAttributeFirstAndTextMarkersOnlyWhenItIsEmpty) {
