@@ -1,5 +1,6 @@
 // The whole process, through the textport-sim binary and a shell pipeline: argument
-// handling, exit status, a silent standard error, and a parent that stops reading.
+// handling, exit status, a silent standard error, a parent that stops reading, and the tool's
+// own options and world-file errors. The scenario files prove the tool's state file.
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
@@ -15,8 +16,8 @@ struct Outcome {
   std::string out, err, status;
 };
 
-// Runs a bash pipeline, in which $SIM is the binary, in a fresh scratch folder where the
-// pipeline leaves the files out, err and status.
+// Runs a bash pipeline, in which $SIM is the binary, in a fresh scratch folder
+// where the pipeline leaves the files out, err and status.
 Outcome runPipeline(const std::string& pipeline) {
   std::string dir = ::testing::TempDir() + "textport-process-XXXXXX";
   if (mkdtemp(dir.data()) == nullptr) return {};
@@ -34,34 +35,43 @@ Outcome runPipeline(const std::string& pipeline) {
   return outcome;
 }
 
-TEST(Process, SelectsLineModeOnlyForAnExactDaemonArgumentAnywhere) {
+TEST(Process, ArgumentsDecideTheModeAndToolErrorsAloneExitWithTwo) {
   const std::string two = R"({"action":"permissions"}\n{"action":"self_test"}\n)";
   const std::string twoAnswers =
       "{\"accessibility\":true}\n{\"differentCursorRejected\":true,\"differentPIDRejected\":"
       "true,\"missingTargetRejected\":true,\"same\":true}\n";
   const std::string invalid = "{\"error\":\"invalid request\"}\n";
+  const std::string usage = "\nusage: textport-sim [--world FILE] [--state-out FILE] [ARGS...]\n";
   const struct {
-    std::string arguments, input, output;
+    std::string arguments, input, out, err, status;
   } cases[] = {
-      {"--daemon", two, twoAnswers},
-      {"--verify-selection --daemon", two, twoAnswers},
-      {"--daemon --verify-selection", two, twoAnswers},
-      {"", two, invalid},
-      {"--daemonx", two, invalid},
-      {"-daemon", two, invalid},
-      {"", "", invalid},
+      {"--daemon", two, twoAnswers, "", "0"},
+      {"--verify-selection --daemon", two, twoAnswers, "", "0"},
+      {"", two, invalid, "", "0"},
+      {"--daemonx", two, invalid, "", "0"},
+      {"-daemon", two, invalid, "", "0"},
+      {"", "", invalid, "", "0"},
+      {"", R"({"action":"target"})", "{}\n", "", "0"},  // without a world the desktop is empty
+      {"--world", "", "", "textport-sim: --world needs a file name" + usage, "2"},
+      {"--state-out=", "", "", "textport-sim: --state-out needs a file name" + usage, "2"},
+      {"--world a --world=b", "", "", "textport-sim: --world given twice" + usage, "2"},
+      {"--world none.json", "", "", "textport-sim: cannot read the world file none.json\n", "2"},
+      {"--world bad.json", two, "", "textport-sim: bad.json: apps[0].pid: expected an integer\n",
+       "2"},
   };
   for (const auto& c : cases) {
-    const Outcome o = runPipeline("printf '" + c.input + "' | \"$SIM\" " + c.arguments +
-                                  " >out 2>err; echo -n $? >status");
-    EXPECT_EQ(o.out, c.output) << c.arguments << " / " << c.input;
-    EXPECT_EQ(o.err, "") << c.arguments;
-    EXPECT_EQ(o.status, "0") << c.arguments;
+    const Outcome o =
+        runPipeline(R"(echo '{"apps": [{"pid": "one"}]}' >bad.json; printf ')" + c.input +
+                    "' | \"$SIM\" " + c.arguments + " >out 2>err; echo -n $? >status");
+    EXPECT_EQ(o.out, c.out) << c.arguments << " / " << c.input;
+    EXPECT_EQ(o.err, c.err) << c.arguments;
+    EXPECT_EQ(o.status, c.status) << c.arguments;
   }
 }
 
 TEST(Process, ParentClosingTheOutputEndsTheProcessQuietlyWithStatusZero) {
-  // head takes one answer and exits; more answers than the pipe holds must then fail.
+  // head takes one answer and exits; more answers than the pipe holds must then
+  // fail.
   const Outcome o = runPipeline(
       R"(request='{"action":"self_test"}';)"
       R"( yes "$request" | head -n 5000)"

@@ -1,5 +1,6 @@
-// Accessibility on the simulated desktop: live text fields, messaging timeouts and what the
-// record says about them, element identity, trust, the accessibility switch and text markers.
+// Accessibility on the simulated desktop: live text fields, messaging timeouts
+// and what the record says about them, element identity, trust and text
+// markers. The accessibility switch is proven by the chat scenario files.
 #include <gtest/gtest.h>
 
 #include "sim_fixture.h"
@@ -7,37 +8,31 @@
 namespace textport::sim {
 namespace {
 
-using testing::node;
-using testing::oneField;
-using testing::world;
+using namespace testing;
 
-TEST(SimAccessibility, TextFieldDerivesItsTextAttributesFromValueAndSelection) {
-  auto sim = world(R"({"apps": [{"pid": 10, "tree": {"children": [{"id": "w", "children": [
-      {"id": "f", "role": "AXTextArea", "value": "a😀bc", "selected_range": [1, 3]}]}]}}]})");
-  const Element field = node("f");
-  EXPECT_EQ(*sim->copyAttributeValue(field, "AXValue").value.as<std::string>(), "a😀bc");
+TEST(SimAccessibility, TextFieldDerivesItsAttributesUnlessOverriddenOrFailing) {
+  auto sim = loadWorld(
+      R"({"apps": [{"pid": 10, "tree": {"children": [{"id": "w", "children": [
+      {"id": "f", "role": "AXTextArea", "value": "a😀bc", "selected_range": [1, 3]},
+      {"id": "g", "value": "x", "attributes": {"AXRole": {"int": 3}, "AXParent": {"element": "f"}},
+       "errors": {"AXValue": "cannot_complete"}}]}]}}]})");
+  const auto value = [&](const char* id, const char* name) {
+    return sim->copyAttributeValue(node(id), name);
+  };
+  EXPECT_EQ(*value("f", "AXValue").value.as<std::string>(), "a😀bc");
   // Ranges count UTF-16 code units: the emoji is two.
-  EXPECT_EQ(*sim->copyAttributeValue(field, "AXNumberOfCharacters").value.as<std::int64_t>(), 5);
-  EXPECT_EQ(*sim->copyAttributeValue(field, "AXSelectedTextRange").value.as<Range>(),
-            (Range{1, 3}));
-  EXPECT_EQ(*sim->copyAttributeValue(field, "AXSelectedText").value.as<std::string>(), "😀b");
-  EXPECT_EQ(sim->copyAttributeValue(field, "AXSubrole").error, kAXErrorAttributeUnsupported);
-}
-
-TEST(SimAccessibility, OverridesAndErrorsWinOverDerivedAttributes) {
-  auto sim = world(
-      oneField().replace(oneField().find("\"value\""), 0,
-                         R"("attributes": {"AXRole": {"int": 3}, "AXParent": {"element": "win"}},
-                                         "errors": {"AXValue": "cannot_complete"}, )"));
-  const Element field = node("field");
-  EXPECT_EQ(*sim->copyAttributeValue(field, "AXRole").value.as<std::int64_t>(), 3);
-  EXPECT_EQ(sim->copyAttributeValue(field, "AXValue").error, kAXErrorCannotComplete);
-  EXPECT_TRUE(sim->copyAttributeValue(field, "AXValue").value.isNothing());
-  EXPECT_EQ(*sim->copyAttributeValue(field, "AXParent").value.as<Element>(), node("win"));
+  EXPECT_EQ(*value("f", "AXNumberOfCharacters").value.as<std::int64_t>(), 5);
+  EXPECT_EQ(*value("f", "AXSelectedTextRange").value.as<Range>(), (Range{1, 3}));
+  EXPECT_EQ(*value("f", "AXSelectedText").value.as<std::string>(), "😀b");
+  EXPECT_EQ(value("f", "AXSubrole").error, kAXErrorAttributeUnsupported);
+  EXPECT_EQ(*value("g", "AXRole").value.as<std::int64_t>(), 3);
+  EXPECT_EQ(*value("g", "AXParent").value.as<Element>(), node("f"));
+  EXPECT_EQ(value("g", "AXValue").error, kAXErrorCannotComplete);
+  EXPECT_TRUE(value("g", "AXValue").value.isNothing());
 }
 
 TEST(SimAccessibility, HandlesForTheSameObjectAreEqualAndCarryTheirOwnTimeouts) {
-  auto sim = world(oneField(R"("latency": 0.2)"));
+  auto sim = loadWorld(oneField(R"("latency": 0.2)"));
   const Element app = sim->createApplicationElement(10);
   const Element focused = *sim->copyAttributeValue(app, "AXFocusedUIElement").value.as<Element>();
   EXPECT_EQ(focused, node("field"));
@@ -48,7 +43,8 @@ TEST(SimAccessibility, HandlesForTheSameObjectAreEqualAndCarryTheirOwnTimeouts) 
   sim->setMessagingTimeout(focused, 0.1f);
   const Element copy = focused;  // a copy shares the timeout
   EXPECT_EQ(sim->copyAttributeValue(copy, "AXRole").error, kAXErrorCannotComplete);
-  // A fresh handle for the same field has none of its own: the platform's 6 s applies.
+  // A fresh handle for the same field has none of its own: the platform's 6 s
+  // applies.
   EXPECT_TRUE(sim->copyAttributeValue(node("field"), "AXRole").ok());
   const auto& requests = sim->record().requests;
   EXPECT_EQ(requests[requests.size() - 2].timeoutSource, TimeoutSource::element);
@@ -70,90 +66,71 @@ class SimTimeouts : public ::testing::TestWithParam<TimeoutCase> {};
 
 TEST_P(SimTimeouts, RequestCostsItsLatencyOrExactlyTheTimeoutInForce) {
   const TimeoutCase& c = GetParam();
-  auto sim = world(oneField(c.app));
+  auto sim = loadWorld(oneField(c.app));
   if (c.processTimeout > 0)
     sim->setMessagingTimeout(sim->createSystemWideElement(), c.processTimeout);
   const Element app = sim->createApplicationElement(10);
   if (c.elementTimeout > 0) sim->setMessagingTimeout(app, c.elementTimeout);
-  const double before = sim->time();
   EXPECT_EQ(sim->copyAttributeValue(app, "AXFocusedWindow").error, c.result);
-  EXPECT_DOUBLE_EQ(sim->time() - before, c.cost);
+  EXPECT_DOUBLE_EQ(sim->time(), c.cost);
   EXPECT_EQ(sim->record().requests.back().timeoutSource, c.source);
   EXPECT_EQ(sim->record().requests.back().result, c.result);
 }
 
+constexpr AXError kOk = kAXErrorSuccess, kTimedOut = kAXErrorCannotComplete;
 INSTANTIATE_TEST_SUITE_P(
     Table, SimTimeouts,
-    ::testing::Values(TimeoutCase{"fast", R"("latency": 0.05)", 0.3f, 0, kAXErrorSuccess, 0.05,
+    ::testing::Values(TimeoutCase{"fast", R"("latency": 0.05)", 0.3f, 0, kOk, 0.05,
                                   TimeoutSource::element},
-                      TimeoutCase{"equalToTimeoutStillAnswers", R"("latency": 0.25)", 0.25f, 0,
-                                  kAXErrorSuccess, 0.25, TimeoutSource::element},
-                      TimeoutCase{"slower", R"("latency": 0.5)", 0.3f, 0, kAXErrorCannotComplete,
-                                  double(0.3f), TimeoutSource::element},
-                      TimeoutCase{"hung", R"("hung": true)", 0.3f, 0, kAXErrorCannotComplete,
-                                  double(0.3f), TimeoutSource::element},
-                      TimeoutCase{"processDefault", R"("hung": true)", 0, 0.15f,
-                                  kAXErrorCannotComplete, double(0.15f), TimeoutSource::process},
-                      TimeoutCase{"elementBeatsProcess", R"("hung": true)", 0.08f, 0.15f,
-                                  kAXErrorCannotComplete, double(0.08f), TimeoutSource::element},
-                      TimeoutCase{"platformDefault", R"("hung": true)", 0, 0,
-                                  kAXErrorCannotComplete, 6.0, TimeoutSource::platform}),
+                      TimeoutCase{"equalToTimeoutStillAnswers", R"("latency": 0.25)", 0.25f, 0, kOk,
+                                  0.25, TimeoutSource::element},
+                      TimeoutCase{"slower", R"("latency": 0.5)", 0.3f, 0, kTimedOut, double(0.3f),
+                                  TimeoutSource::element},
+                      TimeoutCase{"hung", R"("hung": true)", 0.3f, 0, kTimedOut, double(0.3f),
+                                  TimeoutSource::element},
+                      TimeoutCase{"processDefault", R"("hung": true)", 0, 0.15f, kTimedOut,
+                                  double(0.15f), TimeoutSource::process},
+                      TimeoutCase{"elementBeatsProcess", R"("hung": true)", 0.08f, 0.15f, kTimedOut,
+                                  double(0.08f), TimeoutSource::element},
+                      TimeoutCase{"platformDefault", R"("hung": true)", 0, 0, kTimedOut, 6.0,
+                                  TimeoutSource::platform}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(SimAccessibility, UntrustedProcessGetsApiDisabledWithoutWaiting) {
-  auto sim = world(oneField(R"("latency": 0.2)", R"("trusted": false)"));
+  auto sim = loadWorld(oneField(R"("latency": 0.2)", R"("trusted": false)"));
   EXPECT_FALSE(sim->isProcessTrusted());
   EXPECT_EQ(sim->copyAttributeValue(node("field"), "AXValue").error, kAXErrorAPIDisabled);
   EXPECT_EQ(sim->time(), 0);
 }
 
-TEST(SimAccessibility, SystemWideElementAnswersTheFrontmostApplicationAndItsFocus) {
-  auto sim = world(oneField());
+TEST(SimAccessibility, SystemWideElementFollowsTheFrontmostApplicationAndItsFocus) {
+  auto sim = loadWorld(oneField());
   const Element system = sim->createSystemWideElement();
   const AXResult app = sim->copyAttributeValue(system, "AXFocusedApplication");
   ASSERT_TRUE(app.ok());
   EXPECT_EQ(sim->pidOfElement(*app.value.as<Element>()), 10);
+  EXPECT_EQ(sim->setAttributeValue(node("win"), "AXFocused", true), kAXErrorSuccess);
   EXPECT_EQ(*sim->copyAttributeValue(system, "AXFocusedUIElement").value.as<Element>(),
-            node("field"));
+            node("win"));
+  EXPECT_EQ(sim->setAttributeValue(node("field"), "AXTitle", "x"), kAXErrorAttributeUnsupported);
   sim->setFrontmost(std::nullopt);
   EXPECT_EQ(sim->copyAttributeValue(system, "AXFocusedApplication").error, kAXErrorNoValue);
   EXPECT_FALSE(sim->frontmostApplication());
 }
 
-TEST(SimAccessibility, HiddenFocusAndTreeAppearOnlyAfterTheSwitch) {
-  auto sim = world(oneField(R"("accessibility": {"manual_accessibility": "attribute_unsupported",
-      "focus_needs_switch": true, "tree_needs_switch": true})"));
-  const Element app = sim->createApplicationElement(10);
-  EXPECT_EQ(sim->copyAttributeValue(app, "AXFocusedUIElement").error, kAXErrorNoValue);
-  EXPECT_TRUE(sim->copyAttributeValue(node("win"), "AXChildren").value.as<ValueList>()->empty());
-  EXPECT_EQ(sim->setAttributeValue(app, "AXManualAccessibility", true),
-            kAXErrorAttributeUnsupported);
-  EXPECT_EQ(sim->setAttributeValue(app, "AXEnhancedUserInterface", true), kAXErrorSuccess);
-  EXPECT_TRUE(sim->copyAttributeValue(app, "AXFocusedUIElement").ok());
-  EXPECT_EQ(sim->copyAttributeValue(node("win"), "AXChildren").value.as<ValueList>()->size(), 1u);
-}
-
-TEST(SimAccessibility, SettingFocusedMovesTheApplicationsFocus) {
-  auto sim = world(oneField());
-  EXPECT_EQ(sim->setAttributeValue(node("win"), "AXFocused", true), kAXErrorSuccess);
-  EXPECT_EQ(sim->focusedId(10), "win");
-  EXPECT_EQ(sim->setAttributeValue(node("field"), "AXTitle", "x"), kAXErrorAttributeUnsupported);
-}
-
 TEST(SimAccessibility, TextMarkerRouteGivesTheSelectionOnlyForItsOwnMarker) {
-  auto sim = world(R"({"apps": [{"pid": 10, "tree": {"children": [{"id": "w", "children": [
-      {"id": "web", "role": "AXTextArea", "value": "one two", "selected_range": [4, 3],
-       "text_marker": true}]}]}}]})");
+  auto sim = loadWorld(R"({"apps": [{"pid": 10, "tree": {"children": [{"id": "web",
+      "value": "one two", "selected_range": [4, 3], "text_marker": true}]}}]})");
   const Element web = node("web");
   EXPECT_FALSE(sim->copyAttributeValue(web, "AXSelectedText").ok());
   const AXResult marker = sim->copyAttributeValue(web, "AXSelectedTextMarkerRange");
   ASSERT_NE(marker.value.as<Opaque>(), nullptr);
-  const AXResult text = sim->copyParameterizedAttributeValue(
-      web, "AXAttributedStringForTextMarkerRange", marker.value);
-  EXPECT_EQ(text.value.as<AttributedString>()->text, "two");
-  EXPECT_EQ(sim->copyParameterizedAttributeValue(web, "AXAttributedStringForTextMarkerRange",
-                                                 makeMarker("other"))
-                .error,
+  const char* const kRead = "AXAttributedStringForTextMarkerRange";
+  EXPECT_EQ(sim->copyParameterizedAttributeValue(web, kRead, marker.value)
+                .value.as<AttributedString>()
+                ->text,
+            "two");
+  EXPECT_EQ(sim->copyParameterizedAttributeValue(web, kRead, makeMarker("other")).error,
             kAXErrorIllegalArgument);
 }
 
