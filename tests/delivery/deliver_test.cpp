@@ -1,14 +1,16 @@
-// Delivering into the captured target: every refusal in its order, per kind of target.
+// Delivering into the captured target: every refusal in its order, per kind of target, and the
+// paste itself: staging, the last check before Command-V, the keystroke, and the user's
+// clipboard coming back on every path. The scenario files cover the plain refusals (app,
+// window, field, caret, click, typing, tokens), a newer clipboard write winning over the
+// restore, and the exact Command-V events.
 #include "delivery/deliver.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 
 #include "capture/target_description.h"
 #include "delivery/delivery_messages.h"
-#include "delivery/delivery_worlds.h"
 #include "support/desk.h"
 
 namespace textport {
@@ -16,6 +18,72 @@ namespace {
 
 namespace msg = delivery_messages;
 using testing::Desk;
+using testing::pasteboardText;
+
+// The user's clipboard as it is before a delivery: text, an image and a private binary type in
+// one item, rich text in a second.
+constexpr const char* kUserPasteboard = R"([
+  [{"type": "public.utf8-plain-text", "text": "user text"},
+   {"type": "public.png", "hex": "89504e470d0a1a0a00ff"},
+   {"type": "com.example.private", "hex": "00ff10"}],
+  [{"type": "public.rtf", "text": "{\\rtf1 two}"}]
+])";
+
+// `app` frontmost (pid 501) with the user's clipboard, and another application to switch to.
+std::string desktop(const std::string& app, const std::string& pasteboard = kUserPasteboard) {
+  return R"({"frontmost": 501, "pasteboard": )" + pasteboard +
+         R"(, "apps": [{"pid": 501, "latency": 0.002, "paste": {"read_delay": 0.05}, )" + app +
+         R"(}, {"pid": 600, "bundle": "com.example.other", "name": "Other"}]})";
+}
+
+// An editor with "brave" selected in its text area and a second field.
+std::string editor(const std::string& pasteboard = kUserPasteboard) {
+  return desktop(R"("bundle": "com.apple.TextEdit", "name": "TextEdit", "focused": "body",
+     "tree": {"children": [
+       {"id": "doc", "role": "AXWindow", "window_number": 7, "frame": [0, 0, 800, 600], "children": [
+         {"id": "body", "role": "AXTextArea", "identifier": "body",
+          "value": "Hello brave new world", "selected_range": [6, 5]},
+         {"id": "title", "role": "AXTextField", "identifier": "title", "value": "Notes"}]}]})",
+                 pasteboard);
+}
+
+// The chat application with a second window. With `composerExtra` (properties for the composer,
+// a trailing comma included) the caret is at the end of the composer's draft; without a composer
+// nothing is focused and pastes go to the focused window.
+std::string chat(const std::string& composerExtra = "", bool composer = true) {
+  const std::string content = composer ? R"("focused": "composer", "tree": {"children": [
+       {"id": "chat", "role": "AXWindow", "window_number": 42, "frame": [0, 0, 1000, 800], "children": [
+         {"id": "search", "role": "AXTextField", "value": "", "frame": [0, 0, 300, 30]},
+         {"id": "composer", "role": "AXTextArea", "identifier": "chatInput", )" +
+                                             composerExtra + R"(
+          "value": "draft", "selected_range": [5, 0], "frame": [0, 600, 1000, 150]}]},)"
+                                       : R"("focused_window": "chat", "tree": {"children": [
+       {"id": "chat", "role": "AXWindow", "window_number": 42, "frame": [0, 0, 1000, 800], "children": [
+         {"id": "web", "role": "AXWebArea", "frame": [0, 0, 1000, 800]}]},)";
+  return desktop(R"("bundle": "com.tencent.xinWeChat", "name": "WeChat", )" + content +
+                 R"(
+       {"id": "chat2", "role": "AXWindow", "window_number": 43, "frame": [0, 0, 500, 400]}]})");
+}
+
+JsonObject capture(Desk& desk) {
+  return targetAction(desk.session, JsonObject{{"action", "target"}, {"selection", true}});
+}
+
+JsonObject deliverRequest(const JsonObject& target, const std::string& text) {
+  return JsonObject{{"action", "deliver"}, {"target", target}, {"text", text}};
+}
+
+JsonObject deliverTo(Desk& desk, const JsonObject& target, const std::string& text) {
+  return deliver(desk.session, deliverRequest(target, text));
+}
+
+const JsonObject kPasteSent{{"status", "paste_sent"}};
+
+// Adds a timeline entry, its action without braces: `at` seconds when given, else at once.
+void schedule(Desk& desk, const std::string& action, double at = -1) {
+  const std::string when = at < 0 ? "" : "\"at\": " + std::to_string(at) + ", ";
+  EXPECT_EQ(desk.sim().schedule("{" + when + action + "}"), std::nullopt);
+}
 
 // What a refusal before the paste must leave alone: the pasteboard and the input stream.
 void expectDesktopUntouched(Desk& desk) {
@@ -23,90 +91,54 @@ void expectDesktopUntouched(Desk& desk) {
   EXPECT_TRUE(desk.sim().postedEvents().empty());
 }
 
-struct Refusal {
-  const char* rule;
-  // Changes the desktop after the capture and may change the request.
-  std::function<void(Desk&, JsonObject& request)> change;
-  const char* message;
-  bool tokenSpent;
-};
-
-void schedule(Desk& desk, const char* entry) {
-  auto error = desk.sim().schedule(entry);
-  ASSERT_FALSE(error) << *error;
-}
-
-JsonObject& presented(JsonObject& request) {
-  return std::get<JsonObject>(request["target"].data);
+// Sets a field of the request, or "target.<key>" of the presented target; null leaves it out.
+void patch(JsonObject& request, std::string field, const JsonValue& value) {
+  const bool inTarget = field.rfind("target.", 0) == 0;
+  JsonObject& object = inTarget ? std::get<JsonObject>(request["target"].data) : request;
+  if (inTarget) field.erase(0, 7);
+  object.erase(field);
+  if (!(value == JsonValue(nullptr))) object[field] = value;
 }
 
 // Each case would also fail every later check, so the message shows which check ran first.
 TEST(Deliver, RefusesAFocusedTargetAtTheFirstCheckThatFails) {
-  const Refusal refusals[] = {
-      {"without the permission nothing is read, not even the text",
-       [](Desk& d, JsonObject& r) {
-         d.sim().setTrusted(false);
-         r.erase("text");
-       },
-       msg::kAccessibilityRequired, false},
-      {"a missing text keeps the token", [](Desk&, JsonObject& r) { r.erase("text"); },
-       msg::kMissingTarget, false},
-      {"a mistyped text counts as missing", [](Desk&, JsonObject& r) { r["text"] = 5; },
-       msg::kMissingTarget, false},
-      {"a target that is no object", [](Desk&, JsonObject& r) { r["target"] = "x"; },
-       msg::kMissingTarget, false},
-      {"a pid given as a string",
-       [](Desk& d, JsonObject& r) {
-         presented(r)["pid"] = "501";
-         schedule(d, R"({"frontmost": 600})");
-       },
+  const struct {
+    const char* rule;
+    const char* happening;  // a timeline entry after the capture, or null
+    const char* field;      // in the request or "target.<key>" in the presented target, or null
+    JsonValue value;        // null leaves the field out
+    const char* message;
+    bool tokenSpent;
+  } refusals[] = {
+      {"without the permission nothing is read, not even the text", R"("trusted": false)", "text",
+       nullptr, msg::kAccessibilityRequired, false},
+      {"a missing text keeps the token", nullptr, "text", nullptr, msg::kMissingTarget, false},
+      {"a mistyped text counts as missing", nullptr, "text", 5, msg::kMissingTarget, false},
+      {"a target that is no object", nullptr, "target", "x", msg::kMissingTarget, false},
+      {"a pid given as a string", R"("frontmost": 600)", "target.pid", "501",
        msg::kInputFieldUnavailable, false},
-      {"a description made without capture",
-       [](Desk&, JsonObject& r) { presented(r).erase("captureToken"); },
+      {"a description made without capture", nullptr, "target.captureToken", nullptr,
        msg::kInputFieldUnavailable, false},
-      {"a token this process never issued",
-       [](Desk& d, JsonObject& r) {
-         presented(r)["captureToken"] = "00000000-0000-4000-8000-0000000000FF";
-         schedule(d, R"({"frontmost": 600})");
-       },
-       msg::kOriginalTargetExpired, false},
-      {"the user switched application",
-       [](Desk& d, JsonObject&) { schedule(d, R"({"frontmost": 600})"); },
-       msg::kActiveApplicationChanged, true},
-      {"a pid beyond 32 bits names no process",
-       [](Desk&, JsonObject& r) {
-         presented(r)["pid"] = std::int64_t{501} + (std::int64_t{1} << 32);
-       },
-       msg::kActiveApplicationChanged, true},
-      {"the focus moved to another field",
-       [](Desk& d, JsonObject&) {
-         schedule(d, R"({"focus": "title"})");
-         schedule(d, R"({"key": 0})");  // typing does not matter for a focused target
-       },
+      {"a token this process never issued", R"("frontmost": 600)", "target.captureToken",
+       "00000000-0000-4000-8000-0000000000FF", msg::kOriginalTargetExpired, false},
+      {"a pid beyond 32 bits names no process", nullptr, "target.pid",
+       std::int64_t{501} + (std::int64_t{1} << 32), msg::kActiveApplicationChanged, true},
+      {"the focus moved to another field", R"("focus": "title")", nullptr, nullptr,
        msg::kInputFieldChanged, true},
-      {"the caret moved",
-       [](Desk& d, JsonObject&) {
-         schedule(d, R"({"select": {"element": "body", "range": [0, 0]}})");
-       },
-       msg::kTargetChanged, true},
       {"the same range now holds other text (case counts)",
-       [](Desk& d, JsonObject&) {
-         schedule(
-             d,
-             R"({"edit": {"element": "body", "value": "Hello BRAVE new world", "range": [6, 5]}})");
-       },
+       R"("edit": {"element": "body", "value": "Hello BRAVE new world", "range": [6, 5]})", nullptr,
+       nullptr, msg::kTargetChanged, true},
+      {"the presented selection no longer matches", nullptr, "target.selection", "brave ",
        msg::kTargetChanged, true},
-      {"the presented selection no longer matches",
-       [](Desk&, JsonObject& r) { presented(r)["selection"] = "brave "; }, msg::kTargetChanged,
-       true},
   };
-  for (const Refusal& refusal : refusals) {
+  for (const auto& refusal : refusals) {
     SCOPED_TRACE(refusal.rule);
-    Desk desk(worlds::kEditor);
-    const JsonObject target = worlds::capture(desk);
+    Desk desk(editor());
+    const JsonObject target = capture(desk);
     const std::string token = std::get<std::string>(target.at("captureToken").data);
-    JsonObject request = worlds::deliverRequest(target, "bold");
-    refusal.change(desk, request);
+    if (refusal.happening) schedule(desk, refusal.happening);
+    JsonObject request = deliverRequest(target, "bold");
+    if (refusal.field) patch(request, refusal.field, refusal.value);
     EXPECT_EQ(testing::wire(deliver(desk.session, request)),
               testing::wire(errorAnswer(refusal.message)));
     EXPECT_EQ(desk.session.capturedElements.contains(token), !refusal.tokenSpent);
@@ -114,126 +146,173 @@ TEST(Deliver, RefusesAFocusedTargetAtTheFirstCheckThatFails) {
   }
 }
 
-TEST(Deliver, SecondDeliverWithTheSameTokenIsRefused) {
-  for (bool firstSucceeds : {true, false}) {
-    Desk desk(worlds::kEditor);
-    const JsonObject target = worlds::capture(desk);
-    if (!firstSucceeds) schedule(desk, R"({"select": {"element": "body", "range": [0, 0]}})");
-    const JsonObject first = deliver(desk.session, worlds::deliverRequest(target, "bold"));
-    EXPECT_EQ(first.count("error"), firstSucceeds ? 0u : 1u);
-    EXPECT_EQ(deliver(desk.session, worlds::deliverRequest(target, "bold")),
-              errorAnswer(msg::kOriginalTargetExpired));
-  }
-}
-
-TEST(Deliver, SelectionsThatDifferOnlyInCompositionAreTheSame) {
-  Desk desk(worlds::kEditor);
-  schedule(desk, R"({"edit": {"element": "body", "value": "Hello café world", "range": [6, 4]}})");
-  JsonObject target = worlds::capture(desk);
+TEST(Deliver, AFocusedTargetIgnoresTypingAndDifferencesOfComposition) {
+  Desk desk(editor());
+  schedule(desk, R"("edit": {"element": "body", "value": "Hello café world", "range": [6, 4]})");
+  JsonObject target = capture(desk);
+  schedule(desk, R"("key": 0)");
   target["selection"] = "cafe\xCC\x81";  // e + combining acute accent
-  EXPECT_EQ(deliver(desk.session, worlds::deliverRequest(target, "bar")),
-            (JsonObject{{"status", "paste_sent"}}));
+  EXPECT_EQ(deliverTo(desk, target, "bar"), kPasteSent);
   EXPECT_EQ(desk.sim().fieldValue("body"), "Hello bar world");
 }
 
-struct Activity {
-  const char* rule;
-  const char* happening;         // a timeline entry, or null
-  std::int64_t keyCounterShift;  // moved directly, to reach values near 2^32
-  JsonValue allowed;             // "allowed_key_events", or null to leave it out
-  bool pasted;
-};
-
-TEST(Deliver, ComposerNeedsExactlyTheAllowedKeyPressesAndNoClick) {
-  const Activity cases[] = {
-      {"nothing happened", nullptr, 0, nullptr, true},
-      {"the two keys the parent expected", R"({"key": 0})", 1, 2, true},
-      {"one key short", nullptr, 1, 2, false},
-      {"one key too many", R"({"key": 0})", 2, 2, false},
-      {"a negative allowance counts as none", nullptr, 0, -5, true},
-      {"a string allowance counts as none", nullptr, 0, "3", true},
-      {"a string allowance does not excuse a key", nullptr, 1, "1", false},
-      {"a click refuses whatever is allowed", R"({"click": {"button": "right"}})", 0, 0, false},
-      {"an allowance beyond 32 bits is clamped to the largest count", nullptr, -1,
-       std::int64_t{5000000000}, true},
-      {"clamped, not cut down to its low 32 bits", nullptr, 705032704, std::int64_t{5000000000},
-       false},
+// The user also put the focus into the search field each time: the composer takes it back.
+TEST(Deliver, ComposerNeedsExactlyTheAllowedKeyPressesAndTakesTheFocusBack) {
+  const struct {
+    const char* rule;
+    std::int64_t keysPressed;  // the counter (0 at the capture) is set directly, to reach 2^32
+    JsonValue allowed;         // "allowed_key_events", or null to leave it out
+    bool pasted;
+  } cases[] = {
+      {"no key pressed", 0, nullptr, true},
+      {"one key short", 1, 2, false},
+      {"a negative allowance counts as none", 0, -5, true},
+      {"a string allowance does not excuse a key", 1, "1", false},
+      {"beyond 32 bits: the largest count", -1, std::int64_t{5000000000}, true},
+      {"clamped, not cut down to its low 32 bits", 705032704, std::int64_t{5000000000}, false},
   };
-  for (const Activity& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.rule);
-    Desk desk(worlds::chat());
-    const JsonObject target = worlds::capture(desk);
-    EXPECT_EQ(target.at("target_mode"), JsonValue("composer"));
-    if (c.happening) schedule(desk, c.happening);
-    auto& input = desk.sim().input();
-    input.setCounter(EventType::keyDown, input.counter(EventType::keyDown) +
-                                             static_cast<std::uint32_t>(c.keyCounterShift));
-    JsonObject request = worlds::deliverRequest(target, "hi");
+    Desk desk(chat());
+    const JsonObject target = capture(desk);
+    ASSERT_EQ(target.at("target_mode"), JsonValue("composer"));
+    schedule(desk, R"("focus": "search")");
+    desk.sim().input().setCounter(EventType::keyDown, static_cast<std::uint32_t>(c.keysPressed));
+    JsonObject request = deliverRequest(target, "hi");
     if (!(c.allowed == JsonValue(nullptr))) request["allowed_key_events"] = c.allowed;
-    const JsonObject answer = deliver(desk.session, request);
-    if (c.pasted) {
-      EXPECT_EQ(answer, (JsonObject{{"status", "paste_sent"}}));
-      EXPECT_EQ(desk.sim().fieldValue("composer"), "drafthi");
-    } else {
-      EXPECT_EQ(answer, errorAnswer(msg::kConversationContextChanged));
-      EXPECT_EQ(desk.sim().fieldValue("composer"), "draft");
-      expectDesktopUntouched(desk);
-    }
+    EXPECT_EQ(deliver(desk.session, request),
+              c.pasted ? kPasteSent : errorAnswer(msg::kConversationContextChanged));
+    EXPECT_EQ(desk.sim().fieldValue("composer"), c.pasted ? "drafthi" : "draft");
+    if (!c.pasted) expectDesktopUntouched(desk);
   }
 }
 
-TEST(Deliver, ComposerRefusals) {
+TEST(Deliver, ConversationRefusals) {
   const struct {
     const char* rule;
     std::string world;
     const char* happening;
     const char* message;
   } cases[] = {
-      {"the user moved to another conversation window", worlds::chat(),
-       R"({"focused_window": "chat2"})", msg::kConversationContextChanged},
-      {"the composer refuses the focus", worlds::chat(R"("set_errors": {"AXFocused": -25200},)"),
-       nullptr, msg::kCannotFocusComposer},
-      {"text is selected in the composer", worlds::chat(),
-       R"({"select": {"element": "composer", "range": [0, 4]}})", msg::kReviewSelectedInput},
+      {"the user moved to another conversation window", chat(), R"("focused_window": "chat2")",
+       msg::kConversationContextChanged},
+      {"a window paste into another window", chat("", false), R"("focused_window": "chat2")",
+       msg::kConversationContextChanged},
+      {"the composer refuses the focus", chat(R"("set_errors": {"AXFocused": -25200},)"), nullptr,
+       msg::kCannotFocusComposer},
+      {"text is selected in the composer", chat(),
+       R"("select": {"element": "composer", "range": [0, 4]})", msg::kReviewSelectedInput},
       {"a selection that cannot be read still counts",
-       worlds::chat(R"("attributes": {"AXSelectedText": {"nothing": true}},)"),
-       R"({"select": {"element": "composer", "range": [0, 4]}})", msg::kReviewSelectedInput},
+       chat(R"("attributes": {"AXSelectedText": {"nothing": true}},)"),
+       R"("select": {"element": "composer", "range": [0, 4]})", msg::kReviewSelectedInput},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.rule);
     Desk desk(c.world);
-    const JsonObject target = worlds::capture(desk);
+    const JsonObject target = capture(desk);
     if (c.happening) schedule(desk, c.happening);
-    EXPECT_EQ(deliver(desk.session, worlds::deliverRequest(target, "hi")), errorAnswer(c.message));
-    EXPECT_EQ(desk.sim().fieldValue("composer"), "draft");
+    EXPECT_EQ(deliverTo(desk, target, "hi"), errorAnswer(c.message));
     expectDesktopUntouched(desk);
   }
 }
 
-TEST(Deliver, ComposerGetsTheFocusBackBeforeThePaste) {
-  Desk desk(worlds::chat());
-  const JsonObject target = worlds::capture(desk);
-  schedule(desk, R"({"focus": "search"})");
-  EXPECT_EQ(deliver(desk.session, worlds::deliverRequest(target, "hi")),
-            (JsonObject{{"status", "paste_sent"}}));
-  EXPECT_EQ(desk.sim().fieldValue("composer"), "drafthi");
-  EXPECT_EQ(desk.sim().fieldValue("search"), "");
+constexpr const char* kOtherWriter =
+    R"("pasteboard": [[{"type": "public.utf8-plain-text", "text": "from another program"}]])";
+
+// When the text is staged, learnt from an undisturbed run: the desktop is deterministic, so a
+// second run with a timeline keeps this time.
+double stagingTime(const std::string& world) {
+  Desk desk(world);
+  EXPECT_EQ(deliverTo(desk, capture(desk), "bold"), kPasteSent);
+  for (const auto& write : desk.sim().record().pasteboardWrites) {
+    if (write.writer == "textport") return write.time;
+  }
+  return 0;
 }
 
-TEST(Deliver, WindowPasteChecksOnlyTheWindowAndTheActivity) {
-  for (bool otherWindow : {false, true}) {
-    Desk desk(worlds::chatWithoutFocus());
-    const JsonObject target = worlds::capture(desk);
-    ASSERT_EQ(target.at("target_mode"), JsonValue("window_paste"));
-    if (otherWindow) schedule(desk, R"({"focused_window": "chat2"})");
-    const JsonObject answer = deliver(desk.session, worlds::deliverRequest(target, "hi"));
-    if (otherWindow) {
-      EXPECT_EQ(answer, errorAnswer(msg::kConversationContextChanged));
-      expectDesktopUntouched(desk);
-    } else {
-      EXPECT_EQ(answer, (JsonObject{{"status", "paste_sent"}}));
-      EXPECT_EQ(desk.sim().postedEvents().size(), 2u);
+TEST(PasteSequence, PastesAnyTextAndPutsBackWhateverTheClipboardHeld) {
+  const char* odd =
+      R"([[{"type": "public.png", "hex": "00"}], [{"type": "x.private", "hex": ""}]])";
+  const std::pair<const char*, std::string> cases[] = {
+      {"[]", "bold"}, {"[]", ""}, {odd, "bold"}, {kUserPasteboard, std::string(20 << 20, 'x')}};
+  for (const auto& [pasteboard, text] : cases) {
+    SCOPED_TRACE(std::to_string(text.size()) + " bytes over " + pasteboard);
+    Desk desk(editor(pasteboard));
+    const auto before = desk.sim().pasteboardContents();
+    EXPECT_EQ(deliverTo(desk, capture(desk), text), kPasteSent);
+    EXPECT_EQ(desk.sim().fieldValue("body"), "Hello " + text + " new world");
+    EXPECT_EQ(desk.sim().pasteboardContents(), before);
+    // The receiving application had 0.35 s to read the text before the restore.
+    ASSERT_FALSE(desk.sim().record().waits.empty());
+    EXPECT_EQ(desk.sim().record().waits.back().seconds, 0.35);
+    EXPECT_FALSE(desk.sim().record().waits.back().runLoop);
+  }
+}
+
+TEST(PasteSequence, ChangesAfterTheChecksStopTheKeystroke) {
+  const struct {
+    const char* rule;
+    std::string world;
+    const char* happening;  // during the paste, after the text was staged
+    const char* message;
+  } cases[] = {
+      {"focus moved to another field", editor(), R"("focus": "title")", msg::kFocusChanged},
+      {"the caret moved", editor(), R"("select": {"element": "body", "range": [0, 0]})",
+       msg::kFocusChanged},
+      {"another application came to the front", editor(), R"("frontmost": 600)",
+       msg::kFocusChanged},
+      {"a key press in the composer", chat(), R"("key": 0)", msg::kInteractionChanged},
+      {"a click in the composer", chat(), R"("click": {})", msg::kInteractionChanged},
+      {"the composer lost the focus", chat(), R"("focus": "search")", msg::kFocusChanged},
+      {"another conversation window", chat("", false), R"("focused_window": "chat2")",
+       msg::kFocusChanged},
+      {"a key press before a window paste", chat("", false), R"("key": 0)",
+       msg::kInteractionChanged},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.rule);
+    const double staged = stagingTime(c.world);
+    for (bool otherWriter : {false, true}) {
+      Desk desk(c.world);
+      const std::string before = pasteboardText(desk.sim());
+      const JsonObject target = capture(desk);
+      schedule(desk, c.happening, staged + 1e-4);
+      if (otherWriter) schedule(desk, kOtherWriter, staged + 1e-4);
+      EXPECT_EQ(deliverTo(desk, target, "bold"), errorAnswer(c.message));
+      EXPECT_TRUE(desk.sim().postedEvents().empty());
+      // The staged text never stays; a newer clipboard write is never overwritten.
+      EXPECT_EQ(pasteboardText(desk.sim()),
+                otherWriter ? "[public.utf8-plain-text=from another program;]" : before);
     }
+  }
+}
+
+// Without a keystroke the user's clipboard comes back even over a newer write: nothing was sent
+// that could read the staged text, so the staged text is ours alone to take back.
+TEST(PasteSequence, AKeystrokeThatCannotBeMadeRestoresTheClipboardUnconditionally) {
+  const double staged = stagingTime(editor());
+  const struct {
+    const char* rule;
+    void (*fail)(sim::EventFailures&);
+    bool pasted;
+  } cases[] = {
+      {"no event source: pasted anyway", [](sim::EventFailures& f) { f.source = true; }, true},
+      {"no keyboard event", [](sim::EventFailures& f) { f.keyboard = true; }, false},
+      {"no key-up after the key-down", [](sim::EventFailures& f) { f.keyboardAfter = 1; }, false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.rule);
+    Desk desk(editor());
+    const std::string before = pasteboardText(desk.sim());
+    c.fail(desk.sim().input().failures());
+    const JsonObject target = capture(desk);
+    if (!c.pasted) schedule(desk, kOtherWriter, staged + 1e-4);
+    EXPECT_EQ(testing::wire(deliverTo(desk, target, "bold")),
+              c.pasted ? R"({"status":"paste_sent"})" : R"({"error":"无法生成输入事件"})");
+    EXPECT_EQ(desk.sim().postedEvents().size(), c.pasted ? 2u : 0u);
+    EXPECT_EQ(desk.sim().fieldValue("body"),
+              c.pasted ? "Hello bold new world" : "Hello brave new world");
+    EXPECT_EQ(pasteboardText(desk.sim()), before);
   }
 }
 

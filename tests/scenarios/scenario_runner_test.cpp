@@ -1,13 +1,12 @@
 // Runs every scenario file under tests/scenarios/ through the textport-sim binary, the real
 // request loop over a simulated desktop, and compares its answer lines and the final desktop
 // state with what the scenario expects. The format is described in docs/scenario-format.md.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -21,14 +20,11 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-const fs::path& scenarioRoot() {
-  static const fs::path root = fs::path(TEXTPORT_SOURCE_DIR) / "tests" / "scenarios";
-  return root;
-}
+const fs::path kRoot = fs::path(TEXTPORT_SOURCE_DIR) / "tests" / "scenarios";
 
 std::vector<fs::path> scenarioFiles() {
   std::vector<fs::path> files;
-  for (const auto& entry : fs::recursive_directory_iterator(scenarioRoot())) {
+  for (const auto& entry : fs::recursive_directory_iterator(kRoot)) {
     if (entry.is_regular_file() && entry.path().extension() == ".json")
       files.push_back(entry.path());
   }
@@ -37,91 +33,42 @@ std::vector<fs::path> scenarioFiles() {
 }
 
 std::string readFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
   std::ostringstream text;
-  text << in.rdbuf();
+  text << std::ifstream(path, std::ios::binary).rdbuf();
   return text.str();
 }
 
-void writeFile(const fs::path& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
-
-std::vector<std::string> lines(const std::string& text) {
-  std::vector<std::string> result;
-  std::size_t start = 0;
-  while (start < text.size()) {
-    std::size_t end = text.find('\n', start);
-    if (end == std::string::npos) end = text.size();
-    result.push_back(text.substr(start, end - start));
-    start = end + 1;
-  }
-  return result;
+// One argument for the shell, in single quotes.
+std::string quoted(const std::string& argument) {
+  std::string out = "'";
+  for (char c : argument) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return out + "'";
 }
 
 // Empty when `actual` holds everything that `expected` lists, otherwise where and how they
 // differ. Objects match on the keys the expectation names; arrays must have the same length and
 // match element by element; anything else must be equal (1 and 1.0 are equal numbers).
 std::string difference(const json& expected, const json& actual, const std::string& where) {
+  const std::string mismatch = where + ": expected " + expected.dump() + ", found " + actual.dump();
   if (expected.is_object()) {
-    if (!actual.is_object()) return where + ": expected an object, found " + actual.dump();
+    if (!actual.is_object()) return mismatch;
     for (const auto& [key, value] : expected.items()) {
-      const std::string inner = where + "." + key;
-      if (!actual.contains(key)) return inner + ": missing in " + actual.dump();
-      if (auto found = difference(value, actual.at(key), inner); !found.empty()) {
+      if (!actual.contains(key)) return where + "." + key + ": missing in " + actual.dump();
+      if (auto found = difference(value, actual.at(key), where + "." + key); !found.empty()) {
         return found;
       }
     }
     return "";
   }
   if (expected.is_array()) {
-    if (!actual.is_array() || actual.size() != expected.size()) {
-      return where + ": expected " + expected.dump() + ", found " + actual.dump();
-    }
+    if (!actual.is_array() || actual.size() != expected.size()) return mismatch;
     for (std::size_t i = 0; i < expected.size(); ++i) {
       const std::string inner = where + "[" + std::to_string(i) + "]";
-      if (auto found = difference(expected[i], actual[i], inner); !found.empty()) {
-        return found;
-      }
+      if (auto found = difference(expected[i], actual[i], inner); !found.empty()) return found;
     }
     return "";
   }
-  if (expected != actual)
-    return where + ": expected " + expected.dump() + ", found " + actual.dump();
-  return "";
-}
-
-struct Outcome {
-  int exitStatus = -1;
-  std::string output;
-  std::string errors;
-  std::string state;
-};
-
-// Runs the binary with stdin, stdout and stderr redirected to files in `dir`.
-Outcome runSim(const std::vector<std::string>& arguments, const std::string& input,
-               const fs::path& dir) {
-  const fs::path in = dir / "input", out = dir / "output", err = dir / "errors";
-  writeFile(in, input);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 0, in.c_str(), O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  std::vector<char*> argv;
-  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-  argv.push_back(nullptr);
-  Outcome outcome;
-  pid_t child = 0;
-  if (posix_spawn(&child, argv[0], &actions, nullptr, argv.data(), environ) == 0) {
-    int status = 0;
-    waitpid(child, &status, 0);
-    outcome.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-  posix_spawn_file_actions_destroy(&actions);
-  outcome.output = readFile(out);
-  outcome.errors = readFile(err);
-  return outcome;
+  return expected == actual ? "" : mismatch;
 }
 
 class Scenario : public testing::TestWithParam<fs::path> {};
@@ -136,8 +83,8 @@ TEST_P(Scenario, AnswersAndFinalStateAreAsListed) {
   for (const auto& [key, value] : scenario.items()) {
     ASSERT_TRUE(known.count(key)) << file << ": unknown key \"" << key << "\"";
   }
-  ASSERT_TRUE(scenario.contains("requests") && scenario["requests"].is_array()) << file;
-  ASSERT_TRUE(scenario.contains("answers") && scenario["answers"].is_array()) << file;
+  ASSERT_TRUE(scenario["requests"].is_array() && scenario["answers"].is_array()) << file;
+  const std::string description = scenario.value("description", "");
 
   const fs::path dir =
       fs::temp_directory_path() /
@@ -145,55 +92,56 @@ TEST_P(Scenario, AnswersAndFinalStateAreAsListed) {
   fs::remove_all(dir);
   fs::create_directories(dir);
 
-  std::vector<std::string> arguments = {TEXTPORT_SIM_BINARY};
+  std::string command = quoted(TEXTPORT_SIM_BINARY);
   if (scenario.contains("world")) {
     const json& world = scenario["world"];
+    fs::path worldFile = dir / "world.json";
     if (world.is_string()) {
-      arguments.push_back("--world=" + (file.parent_path() / world.get<std::string>()).string());
+      worldFile = file.parent_path() / world.get<std::string>();
     } else {
       ASSERT_TRUE(world.is_object()) << file << ": \"world\" is an object or a path";
-      writeFile(dir / "world.json", world.dump());
-      arguments.push_back("--world=" + (dir / "world.json").string());
+      std::ofstream(worldFile) << world.dump();
     }
+    command += " " + quoted("--world=" + worldFile.string());
   }
-  const fs::path statePath = dir / "state.json";
-  arguments.push_back("--state-out=" + statePath.string());
+  command += " " + quoted("--state-out=" + (dir / "state.json").string());
   for (const json& argument : scenario.value("args", json::array())) {
     ASSERT_TRUE(argument.is_string()) << file << ": arguments are strings";
-    arguments.push_back(argument.get<std::string>());
+    command += " " + quoted(argument.get<std::string>());
   }
 
   // An object is sent as one compact line; a string is sent byte for byte, so malformed
   // requests can be written too.
-  std::string input;
+  std::ofstream input(dir / "input", std::ios::binary);
   for (const json& request : scenario["requests"]) {
-    input += request.is_string() ? request.get<std::string>() : request.dump();
-    input += '\n';
+    input << (request.is_string() ? request.get<std::string>() : request.dump()) << '\n';
   }
+  input.close();
 
-  const Outcome outcome = runSim(arguments, input, dir);
-  EXPECT_EQ(outcome.exitStatus, 0) << file;
-  EXPECT_EQ(outcome.errors, "") << file;
+  const int status =
+      std::system((command + " <" + quoted((dir / "input").string()) + " >" +
+                   quoted((dir / "output").string()) + " 2>" + quoted((dir / "errors").string()))
+                      .c_str());
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << file << ": status " << status;
+  EXPECT_EQ(readFile(dir / "errors"), "") << file;
 
-  std::vector<std::string> expected;
+  std::string expected;
   for (const json& answer : scenario["answers"]) {
     ASSERT_TRUE(answer.is_string()) << file << ": answers are the exact lines, as strings";
-    expected.push_back(answer.get<std::string>());
+    expected += answer.get<std::string>() + "\n";
   }
-  EXPECT_EQ(lines(outcome.output), expected) << file << "\n" << scenario.value("description", "");
+  EXPECT_EQ(readFile(dir / "output"), expected) << file << "\n" << description;
 
   if (scenario.contains("state")) {
     json state;
-    ASSERT_NO_THROW(state = json::parse(readFile(statePath))) << file << ": no final state written";
-    EXPECT_EQ(difference(scenario["state"], state, "state"), "")
-        << file << "\n"
-        << scenario.value("description", "");
+    ASSERT_NO_THROW(state = json::parse(readFile(dir / "state.json"))) << file << ": no state";
+    EXPECT_EQ(difference(scenario["state"], state, "state"), "") << file << "\n" << description;
   }
   fs::remove_all(dir);
 }
 
 std::string scenarioName(const testing::TestParamInfo<fs::path>& info) {
-  std::string name = fs::relative(info.param, scenarioRoot()).replace_extension().string();
+  std::string name = fs::relative(info.param, kRoot).replace_extension().string();
   for (char& c : name) {
     if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
   }
