@@ -157,7 +157,11 @@ Value readValue(const json& j, const std::string& path, References& references) 
   if (!j.is_object() || j.size() != 1) {
     fail(path, "expected a value, or an object with one key naming its type");
   }
-  const auto& [type, v] = *j.items().begin();
+  // The key and value are taken from the object's own iterator: a binding to the element of a
+  // temporary items() proxy would outlive that proxy.
+  const auto only = j.begin();
+  const std::string type = only.key();
+  const json& v = only.value();
   const std::string inner = at(path, type);
   if (type == "string") return readString(v, inner);
   if (type == "bool") return readBool(v, inner);
