@@ -141,10 +141,10 @@ EventSource SimDesktop::createEventSource() {
 Event SimDesktop::createKeyboardEvent(const EventSource&, std::uint16_t keyCode, bool keyDown) {
   if (!input_.makeKeyboardEvent()) return {};
   auto event = std::make_shared<SimEvent>();
-  event->keyboard = true;
-  event->keyCode = keyCode;
-  event->type = keyDown ? EventType::keyDown : EventType::keyUp;
-  event->location = input_.pointer();
+  event->event.keyboard = true;
+  event->event.keyCode = keyCode;
+  event->event.type = keyDown ? EventType::keyDown : EventType::keyUp;
+  event->event.location = input_.pointer();
   return Event(event);
 }
 
@@ -152,9 +152,9 @@ Event SimDesktop::createMouseEvent(const EventSource&, EventType type, Point loc
                                    MouseButton button) {
   if (input_.failures().mouse) return {};
   auto event = std::make_shared<SimEvent>();
-  event->type = type;
-  event->location = location;
-  event->button = button;
+  event->event.type = type;
+  event->event.location = location;
+  event->event.button = button;
   return Event(event);
 }
 
@@ -164,17 +164,19 @@ std::optional<Point> SimDesktop::pointerLocation() {
 }
 
 void SimDesktop::setEventType(const Event& event, EventType type) {
-  if (SimEvent* e = simEvent(event)) e->type = type;
+  if (SimEvent* e = simEvent(event)) e->event.type = type;
 }
 
 void SimDesktop::setEventFlags(const Event& event, std::uint64_t flags) {
-  if (SimEvent* e = simEvent(event)) e->flags = flags;
+  if (SimEvent* e = simEvent(event)) e->event.flags = flags;
 }
 
 void SimDesktop::postEvent(const Event& event) {
   const SimEvent* e = simEvent(event);
   if (!e) return;
-  press({clock_.now(), e->type, e->keyboard, e->keyCode, e->flags, e->location, e->button}, false);
+  PostedEvent posted = e->event;
+  posted.time = clock_.now();
+  press(posted, false);
   fireDue();  // an application that reacts without delay has done so when the post returns
 }
 

@@ -23,6 +23,14 @@ struct PostedEvent {
   MouseButton button = MouseButton::left;
 };
 
+// A synthesised input event; its type and flags can still change until it is posted, when it
+// is recorded as it then stands.
+class SimEvent final : public PlatformObject {
+ public:
+  bool equals(const PlatformObject& other) const override { return this == &other; }
+  PostedEvent event;
+};
+
 // What the desktop refuses to make.
 struct EventFailures {
   bool source = false;

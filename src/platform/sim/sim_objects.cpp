@@ -1,5 +1,7 @@
 #include "platform/sim/sim_objects.h"
 
+#include "platform/sim/sim_events.h"
+
 namespace textport::sim {
 
 bool SimElement::equals(const PlatformObject& other) const {

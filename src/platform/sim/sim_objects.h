@@ -35,17 +35,7 @@ class SimMarker final : public PlatformObject {
   const std::string name;
 };
 
-// A synthesised input event; its type and flags can still change until it is posted.
-class SimEvent final : public PlatformObject {
- public:
-  bool equals(const PlatformObject& other) const override { return this == &other; }
-  EventType type = EventType::keyDown;
-  bool keyboard = false;
-  std::uint16_t keyCode = 0;
-  std::uint64_t flags = 0;
-  Point location;
-  MouseButton button = MouseButton::left;
-};
+class SimEvent;
 
 class SimEventSource final : public PlatformObject {
  public:

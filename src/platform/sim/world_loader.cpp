@@ -13,10 +13,6 @@ using nlohmann::json;
 
 namespace {
 
-[[noreturn]] void fail(const std::string& path, std::string what) {
-  throw LoadError{path, std::move(what)};
-}
-
 struct EventCounterName {
   std::string_view name;
   EventType type;

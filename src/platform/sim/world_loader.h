@@ -23,6 +23,8 @@ struct LoadError {
   std::string what;
 };
 
+// Stops loading: what is wrong at this path.
+[[noreturn]] void fail(const std::string& path, std::string what);
 // "<source>: <path>: <what>", the one form every loading error takes.
 std::string formatLoadError(std::string_view source, const LoadError& error);
 // The document in the text; throws LoadError with the line and column when it is not JSON.

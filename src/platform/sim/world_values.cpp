@@ -12,11 +12,11 @@ namespace textport::sim {
 
 using nlohmann::json;
 
-namespace {
-
 [[noreturn]] void fail(const std::string& path, std::string what) {
   throw LoadError{path, std::move(what)};
 }
+
+namespace {
 
 struct NamedError {
   std::string_view name;
