@@ -91,15 +91,5 @@ TEST(ComposerSearch, AWindowWithoutARectangleIsNotWalked) {
   EXPECT_EQ(desk.sim().record().count("attribute", "AXChildren"), 0u);
 }
 
-TEST(ComposerSearch, SetsItsOwnTimeoutOnEveryVisitedElement) {
-  Desk desk(windowWith(R"({"id": "c", "identifier": "c", "role": "AXTextArea", "frame": [0, 600, 600, 100]})"));
-  composerIn(desk);
-  for (const auto& request : desk.sim().record().requests) {
-    if (request.name == "AXPosition" && request.element == "w") continue;  // read before the walk
-    if (request.name == "AXSize" && request.element == "w") continue;
-    EXPECT_FLOAT_EQ(request.timeout, 0.08f) << request.name << " on " << request.element;
-  }
-}
-
 }  // namespace
 }  // namespace textport

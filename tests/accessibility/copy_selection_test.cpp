@@ -77,26 +77,31 @@ TEST(CopySelection, ANewerClipboardWriteIsNeverOverwritten) {
   EXPECT_EQ(desk.sim().record().writesBy("textport"), 0u);
 }
 
-TEST(CopySelection, GivesNothingButRestoresWhenTheCopyHasNoTextOrTheAppChanged) {
-  Desk image(copyRouteWorld());
-  image.sim().world().app(kTerminal)->copy->writes = sim::CopyBehaviour::Writes::image;
-  const std::string before = pasteboardText(image.sim());
-  EXPECT_EQ(copyFrom(image), std::nullopt);
-  EXPECT_EQ(pasteboardText(image.sim()), before);
-
-  std::string world = copyRouteWorld();
-  world.replace(world.rfind(']'), 1, R"(, {"pid": 9, "bundle": "com.example.other"}])");
-  Desk switched(world);
-  ASSERT_FALSE(switched.sim().schedule(R"({"at": 0.05, "frontmost": 9})"));
-  EXPECT_EQ(copyFrom(switched), std::nullopt);
-  EXPECT_EQ(pasteboardText(switched.sim()), before);
-}
-
-TEST(CopySelection, AnEmptyCopiedTextIsTextNotNothing) {
-  Desk desk(copyRouteWorld());
-  desk.sim().world().app(kTerminal)->copy->writes = sim::CopyBehaviour::Writes::text;
-  desk.sim().world().app(kTerminal)->copy->text = "";
-  EXPECT_EQ(copyFrom(desk), "");
+TEST(CopySelection, RestoresThePasteboardWhateverTheCopyBrought) {
+  using Writes = sim::CopyBehaviour::Writes;
+  struct Case {
+    const char* behaviour;
+    Writes writes;
+    const char* switchTo;  // a timeline entry while waiting for the copy
+    std::optional<std::string> text;
+  };
+  const Case cases[] = {
+      {"only an image", Writes::image, nullptr, std::nullopt},
+      {"the user switched application", Writes::selection, R"({"at": 0.05, "frontmost": 9})", std::nullopt},
+      {"an empty text is text", Writes::text, nullptr, ""},
+  };
+  for (const Case& c : cases) {
+    std::string world = copyRouteWorld();
+    world.replace(world.rfind(']'), 1, R"(, {"pid": 9, "bundle": "com.example.other"}])");
+    Desk desk(world);
+    desk.sim().world().app(kTerminal)->copy->writes = c.writes;
+    if (c.switchTo) {
+      ASSERT_FALSE(desk.sim().schedule(c.switchTo));
+    }
+    const std::string before = pasteboardText(desk.sim());
+    EXPECT_EQ(copyFrom(desk), c.text) << c.behaviour;
+    EXPECT_EQ(pasteboardText(desk.sim()), before) << c.behaviour;
+  }
 }
 
 TEST(CopySelection, LeavesThePasteboardAloneWhenItDoesNotPress) {
