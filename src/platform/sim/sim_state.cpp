@@ -9,28 +9,6 @@ namespace {
 
 using nlohmann::json;
 
-const char* eventTypeName(EventType type) {
-  switch (type) {
-    case EventType::leftMouseDown:
-      return "left_mouse_down";
-    case EventType::leftMouseUp:
-      return "left_mouse_up";
-    case EventType::rightMouseDown:
-      return "right_mouse_down";
-    case EventType::mouseMoved:
-      return "mouse_moved";
-    case EventType::keyDown:
-      return "key_down";
-    case EventType::keyUp:
-      return "key_up";
-    case EventType::flagsChanged:
-      return "flags_changed";
-    case EventType::otherMouseDown:
-      return "other_mouse_down";
-  }
-  return "unknown";
-}
-
 // Text when the bytes are UTF-8, else base64, so that the state file reads like a world file.
 json representationJson(const PasteboardRepresentation& representation) {
   json r = {{"type", representation.type}};

@@ -1,5 +1,5 @@
 // Text helpers of the simulated desktop: UTF-8 <-> UTF-16 (accessibility ranges count UTF-16
-// code units) and the byte encodings that world files use (base64, hex).
+// code units), the byte encodings that world files use (base64, hex) and the event type names.
 #pragma once
 
 #include <optional>
@@ -29,6 +29,28 @@ inline Bytes toBytes(std::string_view text) {
 }
 inline std::string toString(const Bytes& bytes) {
   return std::string(bytes.begin(), bytes.end());
+}
+
+// The names that world and state files give the event types, both ways.
+struct EventTypeName {
+  std::string_view name;
+  EventType type;
+};
+inline constexpr EventTypeName kEventTypeNames[] = {
+    {"left_mouse_down", EventType::leftMouseDown},
+    {"left_mouse_up", EventType::leftMouseUp},
+    {"right_mouse_down", EventType::rightMouseDown},
+    {"mouse_moved", EventType::mouseMoved},
+    {"key_down", EventType::keyDown},
+    {"key_up", EventType::keyUp},
+    {"flags_changed", EventType::flagsChanged},
+    {"other_mouse_down", EventType::otherMouseDown},
+};
+inline std::string eventTypeName(EventType type) {
+  for (const auto& known : kEventTypeNames) {
+    if (known.type == type) return std::string(known.name);
+  }
+  return "unknown";
 }
 
 }  // namespace textport::sim

@@ -13,21 +13,6 @@ using nlohmann::json;
 
 namespace {
 
-struct EventCounterName {
-  std::string_view name;
-  EventType type;
-};
-constexpr EventCounterName kCounterNames[] = {
-    {"left_mouse_down", EventType::leftMouseDown},
-    {"left_mouse_up", EventType::leftMouseUp},
-    {"right_mouse_down", EventType::rightMouseDown},
-    {"mouse_moved", EventType::mouseMoved},
-    {"key_down", EventType::keyDown},
-    {"key_up", EventType::keyUp},
-    {"flags_changed", EventType::flagsChanged},
-    {"other_mouse_down", EventType::otherMouseDown},
-};
-
 class WorldReader {
  public:
   explicit WorldReader(SimDesktop& desktop) : desktop_(desktop), world_(desktop.world()) {}
@@ -298,9 +283,9 @@ class WorldReader {
     for (const auto& entry : j.items()) {
       const std::string& name = entry.key();
       const json& value = entry.value();
-      const auto* known = std::find_if(std::begin(kCounterNames), std::end(kCounterNames),
+      const auto* known = std::find_if(std::begin(kEventTypeNames), std::end(kEventTypeNames),
                                        [&](const auto& c) { return c.name == name; });
-      if (known == std::end(kCounterNames)) fail(at(path, name), "unknown counter");
+      if (known == std::end(kEventTypeNames)) fail(at(path, name), "unknown counter");
       desktop_.input().setCounter(known->type, static_cast<std::uint32_t>(readInteger(
                                                    value, at(path, name), 0, 0xFFFFFFFF)));
     }
