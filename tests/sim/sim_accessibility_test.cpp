@@ -1,6 +1,7 @@
 // Accessibility on the simulated desktop: live text fields, messaging timeouts
-// and what the record says about them, element identity, trust and text
-// markers. The accessibility switch is proven by the chat scenario files.
+// and what the record says about them, element identity and trust. The system-wide
+// element, focus and text markers are proven by the element-helper and capture
+// tests; the accessibility switch by the chat scenario files.
 #include <gtest/gtest.h>
 
 #include "sim_fixture.h"
@@ -78,60 +79,23 @@ TEST_P(SimTimeouts, RequestCostsItsLatencyOrExactlyTheTimeoutInForce) {
 }
 
 constexpr AXError kOk = kAXErrorSuccess, kTimedOut = kAXErrorCannotComplete;
-INSTANTIATE_TEST_SUITE_P(
-    Table, SimTimeouts,
-    ::testing::Values(TimeoutCase{"fast", R"("latency": 0.05)", 0.3f, 0, kOk, 0.05,
-                                  TimeoutSource::element},
-                      TimeoutCase{"equalToTimeoutStillAnswers", R"("latency": 0.25)", 0.25f, 0, kOk,
-                                  0.25, TimeoutSource::element},
-                      TimeoutCase{"slower", R"("latency": 0.5)", 0.3f, 0, kTimedOut, double(0.3f),
-                                  TimeoutSource::element},
-                      TimeoutCase{"hung", R"("hung": true)", 0.3f, 0, kTimedOut, double(0.3f),
-                                  TimeoutSource::element},
-                      TimeoutCase{"processDefault", R"("hung": true)", 0, 0.15f, kTimedOut,
-                                  double(0.15f), TimeoutSource::process},
-                      TimeoutCase{"elementBeatsProcess", R"("hung": true)", 0.08f, 0.15f, kTimedOut,
-                                  double(0.08f), TimeoutSource::element},
-                      TimeoutCase{"platformDefault", R"("hung": true)", 0, 0, kTimedOut, 6.0,
-                                  TimeoutSource::platform}),
-    [](const auto& info) { return std::string(info.param.name); });
+constexpr auto kElement = TimeoutSource::element;
+const TimeoutCase kTimeouts[] = {
+    {"equalToTimeoutStillAnswers", R"("latency": 0.25)", 0.25f, 0, kOk, 0.25, kElement},
+    {"slower", R"("latency": 0.5)", 0.3f, 0, kTimedOut, double(0.3f), kElement},
+    {"hung", R"("hung": true)", 0.3f, 0, kTimedOut, double(0.3f), kElement},
+    {"processDefault", R"("hung": true)", 0, 0.15f, kTimedOut, double(0.15f), TimeoutSource::process},
+    {"elementBeatsProcess", R"("hung": true)", 0.08f, 0.15f, kTimedOut, double(0.08f), kElement},
+    {"platformDefault", R"("hung": true)", 0, 0, kTimedOut, 6.0, TimeoutSource::platform},
+};
+INSTANTIATE_TEST_SUITE_P(Table, SimTimeouts, ::testing::ValuesIn(kTimeouts),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 TEST(SimAccessibility, UntrustedProcessGetsApiDisabledWithoutWaiting) {
   auto sim = loadWorld(oneField(R"("latency": 0.2)", R"("trusted": false)"));
   EXPECT_FALSE(sim->isProcessTrusted());
   EXPECT_EQ(sim->copyAttributeValue(node("field"), "AXValue").error, kAXErrorAPIDisabled);
   EXPECT_EQ(sim->time(), 0);
-}
-
-TEST(SimAccessibility, SystemWideElementFollowsTheFrontmostApplicationAndItsFocus) {
-  auto sim = loadWorld(oneField());
-  const Element system = sim->createSystemWideElement();
-  const AXResult app = sim->copyAttributeValue(system, "AXFocusedApplication");
-  ASSERT_TRUE(app.ok());
-  EXPECT_EQ(sim->pidOfElement(*app.value.as<Element>()), 10);
-  EXPECT_EQ(sim->setAttributeValue(node("win"), "AXFocused", true), kAXErrorSuccess);
-  EXPECT_EQ(*sim->copyAttributeValue(system, "AXFocusedUIElement").value.as<Element>(),
-            node("win"));
-  EXPECT_EQ(sim->setAttributeValue(node("field"), "AXTitle", "x"), kAXErrorAttributeUnsupported);
-  sim->setFrontmost(std::nullopt);
-  EXPECT_EQ(sim->copyAttributeValue(system, "AXFocusedApplication").error, kAXErrorNoValue);
-  EXPECT_FALSE(sim->frontmostApplication());
-}
-
-TEST(SimAccessibility, TextMarkerRouteGivesTheSelectionOnlyForItsOwnMarker) {
-  auto sim = loadWorld(R"({"apps": [{"pid": 10, "tree": {"children": [{"id": "web",
-      "value": "one two", "selected_range": [4, 3], "text_marker": true}]}}]})");
-  const Element web = node("web");
-  EXPECT_FALSE(sim->copyAttributeValue(web, "AXSelectedText").ok());
-  const AXResult marker = sim->copyAttributeValue(web, "AXSelectedTextMarkerRange");
-  ASSERT_NE(marker.value.as<Opaque>(), nullptr);
-  const char* const kRead = "AXAttributedStringForTextMarkerRange";
-  EXPECT_EQ(sim->copyParameterizedAttributeValue(web, kRead, marker.value)
-                .value.as<AttributedString>()
-                ->text,
-            "two");
-  EXPECT_EQ(sim->copyParameterizedAttributeValue(web, kRead, makeMarker("other")).error,
-            kAXErrorIllegalArgument);
 }
 
 }  // namespace

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +21,13 @@ inline std::unique_ptr<sim::SimDesktop> loadWorld(std::string_view json) {
   sim::SimLoad loaded = sim::SimDesktop::fromJson(json, "test.json");
   EXPECT_TRUE(loaded) << loaded.error;
   return loaded ? std::move(loaded.desktop) : std::make_unique<sim::SimDesktop>();
+}
+
+// A file of the source tree as text, e.g. sourceFile("tests/worlds/editor.json").
+inline std::string sourceFile(const std::string& path) {
+  std::stringstream text;
+  text << std::ifstream(std::string(TEXTPORT_SOURCE_DIR) + "/" + path).rdbuf();
+  return text.str();
 }
 
 struct Desk {
