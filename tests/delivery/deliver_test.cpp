@@ -100,8 +100,9 @@ void patch(JsonObject& request, std::string field, const JsonValue& value) {
   if (!(value == JsonValue(nullptr))) object[field] = value;
 }
 
-// Each case would also fail every later check, so the message shows which check ran first.
-TEST(Deliver, RefusesAFocusedTargetAtTheFirstCheckThatFails) {
+// Each focused case would also fail every later check, so the message shows which check ran
+// first; the conversation cases are refused before anything is staged.
+TEST(Deliver, RefusesAtTheFirstCheckThatFailsAndTouchesNothing) {
   const struct {
     const char* rule;
     const char* happening;  // a timeline entry after the capture, or null
@@ -109,6 +110,7 @@ TEST(Deliver, RefusesAFocusedTargetAtTheFirstCheckThatFails) {
     JsonValue value;        // null leaves the field out
     const char* message;
     bool tokenSpent;
+    std::string world = editor();
   } refusals[] = {
       {"without the permission nothing is read, not even the text", R"("trusted": false)", "text",
        nullptr, msg::kAccessibilityRequired, false},
@@ -123,16 +125,27 @@ TEST(Deliver, RefusesAFocusedTargetAtTheFirstCheckThatFails) {
        "00000000-0000-4000-8000-0000000000FF", msg::kOriginalTargetExpired, false},
       {"a pid beyond 32 bits names no process", nullptr, "target.pid",
        std::int64_t{501} + (std::int64_t{1} << 32), msg::kActiveApplicationChanged, true},
-      {"the focus moved", R"("focus": "title")", nullptr, nullptr, msg::kInputFieldChanged, true},
       {"the same range now holds other text (case counts)",
        R"("edit": {"element": "body", "value": "Hello BRAVE new world", "range": [6, 5]})", nullptr,
        nullptr, msg::kTargetChanged, true},
       {"the presented selection no longer matches", nullptr, "target.selection", "brave ",
        msg::kTargetChanged, true},
+      {"the user moved to another conversation window", R"("focused_window": "chat2")", nullptr,
+       nullptr, msg::kConversationContextChanged, true, chat()},
+      {"a window paste into another window", R"("focused_window": "chat2")", nullptr, nullptr,
+       msg::kConversationContextChanged, true, chat("", false)},
+      {"the composer refuses the focus", nullptr, nullptr, nullptr, msg::kCannotFocusComposer, true,
+       chat(R"("set_errors": {"AXFocused": -25200},)")},
+      {"text is selected in the composer", R"("select": {"element": "composer", "range": [0, 4]})",
+       nullptr, nullptr, msg::kReviewSelectedInput, true, chat()},
+      {"a selection that cannot be read still counts",
+       R"("select": {"element": "composer", "range": [0, 4]})", nullptr, nullptr,
+       msg::kReviewSelectedInput, true,
+       chat(R"("attributes": {"AXSelectedText": {"nothing": true}},)")},
   };
   for (const auto& refusal : refusals) {
     SCOPED_TRACE(refusal.rule);
-    Desk desk(editor());
+    Desk desk(refusal.world);
     const JsonObject target = capture(desk);
     const std::string token = std::get<std::string>(target.at("captureToken").data);
     if (refusal.happening) schedule(desk, refusal.happening);
@@ -183,35 +196,6 @@ TEST(Deliver, ComposerNeedsExactlyTheAllowedKeyPressesAndTakesTheFocusBack) {
               c.pasted ? kPasteSent : errorAnswer(msg::kConversationContextChanged));
     EXPECT_EQ(desk.sim().fieldValue("composer"), c.pasted ? "drafthi" : "draft");
     if (!c.pasted) expectDesktopUntouched(desk);
-  }
-}
-
-TEST(Deliver, ConversationRefusals) {
-  const struct {
-    const char* rule;
-    std::string world;
-    const char* happening;
-    const char* message;
-  } cases[] = {
-      {"the user moved to another conversation window", chat(), R"("focused_window": "chat2")",
-       msg::kConversationContextChanged},
-      {"a window paste into another window", chat("", false), R"("focused_window": "chat2")",
-       msg::kConversationContextChanged},
-      {"the composer refuses the focus", chat(R"("set_errors": {"AXFocused": -25200},)"), nullptr,
-       msg::kCannotFocusComposer},
-      {"text is selected in the composer", chat(),
-       R"("select": {"element": "composer", "range": [0, 4]})", msg::kReviewSelectedInput},
-      {"a selection that cannot be read still counts",
-       chat(R"("attributes": {"AXSelectedText": {"nothing": true}},)"),
-       R"("select": {"element": "composer", "range": [0, 4]})", msg::kReviewSelectedInput},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.rule);
-    Desk desk(c.world);
-    const JsonObject target = capture(desk);
-    if (c.happening) schedule(desk, c.happening);
-    EXPECT_EQ(deliverTo(desk, target, "hi"), errorAnswer(c.message));
-    expectDesktopUntouched(desk);
   }
 }
 
