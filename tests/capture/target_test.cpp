@@ -43,6 +43,15 @@ TEST(Target, AnswersEachDesktopByteForByteWithinItsTimeouts) {
       {"editor.json", kPlain, 1,
        R"({"bundle":"com.apple.TextEdit","identifier":"body","length":5,"name":"TextEdit","offset":6,"pid":501,"role":"AXTextArea","target_mode":"focused","window":7})"},
       {"{}", kPlain, true, "{}"},  // no frontmost application
+      // A focused element without a window has no window key; an unreadable number is 0.
+      {R"({"frontmost": 1, "apps": [{"pid": 1, "focused": "f", "tree": {"attributes":
+         {"AXFocusedWindow": null}, "children": [{"id": "w", "children": [{"id": "f", "role":
+         "AXTextField", "value": "x"}]}]}}]})", kPlain, false,
+       R"({"bundle":"","identifier":"","length":0,"name":"","offset":1,"pid":1,"role":"AXTextField","target_mode":"focused"})"},
+      {R"({"frontmost": 1, "apps": [{"pid": 1, "focused": "f", "tree": {"children": [{"id": "w",
+         "attributes": {"AXWindowNumber": "seven"}, "children": [{"id": "f", "role": "AXTextField",
+         "value": "x"}]}]}}]})", kPlain, false,
+       R"({"bundle":"","identifier":"","length":0,"name":"","offset":1,"pid":1,"role":"AXTextField","target_mode":"focused","window":0})"},
       {"text_marker.json", kPlain, true,
        R"({"bundle":"com.example.browser","captureToken":"00000000-0000-4000-8000-000000000001","identifier":"comment","length":12,"name":"Browser","offset":7,"pid":502,"role":"AXTextArea","selection":"marked words","selection_source":"accessibility","target_mode":"focused","window":3})"},
       {"copy_route.json", kPlain, true,
@@ -118,17 +127,6 @@ TEST(Target, ReportsSelectionsUpToTwentyThousandBytes) {
       EXPECT_EQ(answer["selection_error"], JsonValue(true));
     }
   }
-}
-
-TEST(Target, FocusedElementWithoutAWindowHasNoWindowKeyAndAnUnreadableNumberIsZero) {
-  Desk noWindow(R"({"frontmost": 1, "apps": [{"pid": 1, "focused": "f",
-    "tree": {"attributes": {"AXFocusedWindow": null}, "children": [
-      {"id": "w", "children": [{"id": "f", "role": "AXTextField", "value": "x"}]}]}}]})");
-  EXPECT_FALSE(capture(noWindow, false).count("window"));
-  Desk unnumbered(R"({"frontmost": 1, "apps": [{"pid": 1, "focused": "f", "tree": {"children": [
-      {"id": "w", "attributes": {"AXWindowNumber": "seven"},
-       "children": [{"id": "f", "role": "AXTextField", "value": "x"}]}]}}]})");
-  EXPECT_EQ(capture(unnumbered, false)["window"], JsonValue(0));
 }
 
 TEST(Target, TextCopiedWithoutAFocusedElementIsReportedWithoutAToken) {
