@@ -12,9 +12,9 @@ namespace {
 using testing::Desk;
 
 // One window of 1000 x 800 at the origin holding the given elements.
-std::string windowWith(const std::string& elements, const std::string& windowExtra = "") {
-  return R"({"apps": [{"pid": 1, "tree": {"children": [{"id": "w", "frame": [0, 0, 1000, 800])" +
-         windowExtra + R"(, "children": [)" + elements + "]}]}}]}";
+std::string windowWith(const std::string& elements) {
+  return R"({"apps": [{"pid": 1, "tree": {"children": [{"id": "w", "frame": [0, 0, 1000, 800],)"
+         R"( "children": [)" + elements + "]}]}}]}";
 }
 
 std::optional<std::string> composerIn(Desk& desk) {
@@ -76,10 +76,12 @@ TEST(ComposerSearch, GivesNothingWhenTheWalkCannotFinish) {
   EXPECT_GT(requestsOver, 1000u);
 
   // Slow elements run the walk past its 0.7 s deadline.
-  Desk slow(windowWith(R"({"id": "a", "latency": 0.05, "children": [{"id": "b", "latency": 0.05},
-      {"id": "b2", "latency": 0.05}, {"id": "b3", "latency": 0.05}, {"id": "b4", "latency": 0.05},
-      {"id": "b5", "latency": 0.05}, {"id": "b6", "latency": 0.05}, {"id": "b7", "latency": 0.05}]},
-      {"id": "c", "identifier": "c", "role": "AXTextArea", "frame": [0, 600, 600, 100]})"));
+  std::string slowGroup = R"({"id": "a", "latency": 0.05, "children": [{"id": "b0", "latency": 0.05})";
+  for (int i = 1; i < 7; ++i) {
+    slowGroup += R"(, {"id": "b)" + std::to_string(i) + R"(", "latency": 0.05})";
+  }
+  Desk slow(windowWith(slowGroup + R"(]}, {"id": "c", "identifier": "c", "role": "AXTextArea",
+      "frame": [0, 600, 600, 100]})"));
   EXPECT_EQ(composerIn(slow), std::nullopt);
   EXPECT_LT(slow.sim().time(), 0.7 + 7 * 0.08);
 }
