@@ -49,19 +49,26 @@ std::string quoted(const std::string& argument) {
 // differ. Objects match on the keys the expectation names; arrays must have the same length and
 // match element by element; anything else must be equal (1 and 1.0 are equal numbers).
 std::string difference(const json& expected, const json& actual, const std::string& where) {
-  const bool nested = expected.is_structured();
-  if (!nested || expected.type() != actual.type() ||
-      (expected.is_array() && expected.size() != actual.size())) {
-    if (!nested && expected == actual) return "";
-    return where + ": expected " + expected.dump() + ", found " + actual.dump();
+  const std::string mismatch = where + ": expected " + expected.dump() + ", found " + actual.dump();
+  if (expected.is_object()) {
+    if (!actual.is_object()) return mismatch;
+    for (const auto& [key, value] : expected.items()) {
+      if (!actual.contains(key)) return where + "." + key + ": missing in " + actual.dump();
+      if (auto found = difference(value, actual.at(key), where + "." + key); !found.empty()) {
+        return found;
+      }
+    }
+    return "";
   }
-  for (const auto& [key, value] : expected.items()) {
-    const std::string inner = where + (expected.is_array() ? "[" + key + "]" : "." + key);
-    if (expected.is_object() && !actual.contains(key)) return inner + ": missing in " + actual.dump();
-    const json& found = expected.is_array() ? actual.at(std::stoul(key)) : actual.at(key);
-    if (auto differs = difference(value, found, inner); !differs.empty()) return differs;
+  if (expected.is_array()) {
+    if (!actual.is_array() || actual.size() != expected.size()) return mismatch;
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+      const std::string inner = where + "[" + std::to_string(i) + "]";
+      if (auto found = difference(expected[i], actual[i], inner); !found.empty()) return found;
+    }
+    return "";
   }
-  return "";
+  return expected == actual ? "" : mismatch;
 }
 
 class Scenario : public testing::TestWithParam<fs::path> {};
