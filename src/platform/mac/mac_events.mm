@@ -1,5 +1,5 @@
-// Input events (Quartz event services): activity counters and synthesised keyboard and mouse
-// events posted at the HID tap.
+// Input events (Quartz event services): activity counters, synthesised keyboard and mouse
+// events posted at the HID tap, and the paste shortcut.
 #include <CoreGraphics/CoreGraphics.h>
 
 #include "platform/mac/cf_object.h"
@@ -59,6 +59,26 @@ void MacPlatform::setEventFlags(const Event& event, std::uint64_t flags) {
 
 void MacPlatform::postEvent(const Event& event) {
   if (cgEvent(event)) CGEventPost(kCGHIDEventTap, cgEvent(event));
+}
+
+bool MacPlatform::postPasteShortcut() {
+  constexpr CGKeyCode kVirtualKeyV = 9;  // kVK_ANSI_V
+  // Without a source (null) the platform still makes the events, just not on the session's state.
+  const auto source = CFHandle<CGEventSourceRef>::adopt(
+      CGEventSourceCreate(kCGEventSourceStateCombinedSessionState));
+  const auto down =
+      CFHandle<CGEventRef>::adopt(CGEventCreateKeyboardEvent(source.get(), kVirtualKeyV, true));
+  if (!down) return false;
+  const auto up =
+      CFHandle<CGEventRef>::adopt(CGEventCreateKeyboardEvent(source.get(), kVirtualKeyV, false));
+  if (!up) return false;
+  // Replacing the whole flag word drops any modifier the user happens to hold, so the application
+  // sees Command-V and not, say, Command-Option-V.
+  CGEventSetFlags(down.get(), kCGEventFlagMaskCommand);
+  CGEventSetFlags(up.get(), kCGEventFlagMaskCommand);
+  CGEventPost(kCGHIDEventTap, down.get());
+  CGEventPost(kCGHIDEventTap, up.get());
+  return true;
 }
 
 }  // namespace textport::mac

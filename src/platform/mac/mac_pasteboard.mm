@@ -2,6 +2,8 @@
 // writes that the clipboard code makes.
 #import <AppKit/AppKit.h>
 
+#include <cstring>
+
 #include "platform/mac/mac_platform.h"
 #include "platform/mac/mac_values.h"
 
@@ -22,22 +24,31 @@ NSData* toNSData(const Bytes& bytes) {
   return [NSData dataWithBytes:bytes.data() length:bytes.size()];
 }
 
+// The one copy out of the platform: NSData may hold its bytes in several ranges, and .bytes would
+// first flatten them into a buffer of its own.
 Bytes toBytes(NSData* data) {
-  const auto* begin = static_cast<const std::uint8_t*>(data.bytes);
-  return Bytes(begin, begin + data.length);
+  Bytes bytes(data.length);
+  std::uint8_t* out = bytes.data();
+  [data enumerateByteRangesUsingBlock:^(const void* range, NSRange at, BOOL*) {
+    if (at.length > 0) std::memcpy(out + at.location, range, at.length);
+  }];
+  return bytes;
 }
 }  // namespace
 
+// Each item's data is released before the next item is read, so a pasteboard of several large
+// items is held only once, in our copy.
 std::vector<PasteboardItemReading> MacPlatform::pasteboardItems() {
   std::vector<PasteboardItemReading> items;
   for (NSPasteboardItem* item in [general() pasteboardItems]) {
-    PasteboardItemReading reading;
-    for (NSPasteboardType type in item.types) {
-      NSData* data = [item dataForType:type];
-      reading.push_back({toUtf8((__bridge CFStringRef)type),
-                         data ? std::optional<Bytes>(toBytes(data)) : std::nullopt});
+    @autoreleasepool {
+      PasteboardItemReading& reading = items.emplace_back();
+      for (NSPasteboardType type in item.types) {
+        PasteboardRepresentation& representation = reading.emplace_back();
+        representation.type = toUtf8((__bridge CFStringRef)type);
+        if (NSData* data = [item dataForType:type]) representation.data = toBytes(data);
+      }
     }
-    items.push_back(std::move(reading));
   }
   return items;
 }
@@ -72,10 +83,12 @@ std::optional<std::string> MacPlatform::pasteboardString(const std::string& type
 }
 
 std::optional<Bytes> MacPlatform::pasteboardData(const std::string& type) {
-  NSString* typeName = toNSString(type);
-  NSData* data = typeName ? [general() dataForType:typeName] : nil;
-  if (!data) return std::nullopt;
-  return toBytes(data);
+  @autoreleasepool {
+    NSString* typeName = toNSString(type);
+    NSData* data = typeName ? [general() dataForType:typeName] : nil;
+    if (!data) return std::nullopt;
+    return toBytes(data);
+  }
 }
 
 bool MacPlatform::writePasteboardItems(const std::vector<PasteboardItem>& items) {

@@ -54,6 +54,7 @@ class MacPlatform final : public Platform {
   void setEventType(const Event& event, EventType type) override;
   void setEventFlags(const Event& event, std::uint64_t flags) override;
   void postEvent(const Event& event) override;
+  bool postPasteShortcut() override;
 
   // mac_time.mm
   double now() override;

@@ -29,8 +29,19 @@ void MacPlatform::sleep(double seconds) {
   [NSThread sleepForTimeInterval:seconds];
 }
 
+// A run loop without input sources returns at once (runUntilDate: included), so the turn runs in
+// steps until the deadline: each step returns after one source fired or at the deadline, and when
+// the run loop has nothing to wait on, the thread sleeps through the time that is left.
 void MacPlatform::runLoop(double seconds) {
-  [[NSRunLoop currentRunLoop] runUntilDate:[NSDate dateWithTimeIntervalSinceNow:seconds]];
+  const double deadline = now() + seconds;
+  for (double left = seconds; left > 0; left = deadline - now()) {
+    bool hadSources = false;
+    @autoreleasepool {
+      hadSources = [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode
+                                            beforeDate:[NSDate dateWithTimeIntervalSinceNow:left]];
+    }
+    if (!hadSources) sleep(left);
+  }
 }
 
 std::string MacPlatform::newUuid() {
