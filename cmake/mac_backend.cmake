@@ -27,12 +27,12 @@ if(CMAKE_CROSSCOMPILING AND _textport_arch_count GREATER 1)
       CMAKE_ARGS
         -DCMAKE_TOOLCHAIN_FILE=${CMAKE_TOOLCHAIN_FILE}
         -DTEXTPORT_MACOS_SDK=${TEXTPORT_MACOS_SDK}
+        -DTEXTPORT_UTF8PROC_SOURCE=${TEXTPORT_UTF8PROC_SOURCE}
         -DTEXTPORT_MACOS_ARCHS=${_arch}
         -DTEXTPORT_LLVM_SUFFIX=${TEXTPORT_LLVM_SUFFIX}
         -DCMAKE_BUILD_TYPE=${CMAKE_BUILD_TYPE}
         -DTEXTPORT_PLATFORM=mac
         -DTEXTPORT_SIM=OFF
-        -DTEXTPORT_UTF8PROC=OFF
         -DTEXTPORT_TESTS=OFF
         -DTEXTPORT_BENCH=OFF
       BUILD_COMMAND ${CMAKE_COMMAND} --build ${_dir} --parallel ${TEXTPORT_CROSS_JOBS}
@@ -56,10 +56,6 @@ endif()
 enable_language(OBJCXX)
 
 file(GLOB TEXTPORT_MAC_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/mac/*.mm)
-if(TEXTPORT_UTF8PROC)
-  list(REMOVE_ITEM TEXTPORT_MAC_SOURCES
-       ${CMAKE_SOURCE_DIR}/src/platform/mac/unicode_equivalence_mac.mm)
-endif()
 add_library(textport_mac STATIC ${TEXTPORT_MAC_SOURCES})
 target_include_directories(textport_mac PUBLIC ${CMAKE_SOURCE_DIR}/src)
 target_compile_options(textport_mac PRIVATE -fobjc-arc)
@@ -80,15 +76,14 @@ else()
       "-framework ApplicationServices" "-framework CoreGraphics" "-framework CoreFoundation"
       "-framework AppKit" "-framework Foundation" objc)
 endif()
-# The core calls canonicallyEqual, which this backend may supply, so the two link as a group.
-target_link_libraries(textport_mac PUBLIC textport_core ${TEXTPORT_MAC_LINK})
-target_link_libraries(textport_core INTERFACE textport_mac)
+target_link_libraries(textport_mac PUBLIC ${TEXTPORT_MAC_LINK})
 
 add_executable(textport ${CMAKE_SOURCE_DIR}/src/main.cpp)
 target_link_libraries(textport PRIVATE textport_mac textport_core)
 
-# Contract tests of the backend. They need a Mac to run; the cross build compiles them only,
-# since no macOS build of GoogleTest is available there.
+# Tests of the backend: the contract every backend keeps (tests/contract) and what only this one
+# does. They need a Mac to run; the cross build compiles them only, since no macOS build of
+# GoogleTest is available there.
 file(GLOB TEXTPORT_MAC_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/mac/*.cpp)
 if(CMAKE_CROSSCOMPILING)
   set(_textport_gtest_root ${CMAKE_BINARY_DIR}/host-headers/gtest)
@@ -96,11 +91,13 @@ if(CMAKE_CROSSCOMPILING)
   file(CREATE_LINK ${TEXTPORT_HOST_INCLUDE_DIR}/gtest ${_textport_gtest_root}/gtest SYMBOLIC)
   add_library(textport_mac_tests OBJECT ${TEXTPORT_MAC_TEST_SOURCES})
   target_include_directories(textport_mac_tests SYSTEM PRIVATE ${_textport_gtest_root})
-  target_include_directories(textport_mac_tests PRIVATE ${CMAKE_SOURCE_DIR}/src)
+  target_include_directories(textport_mac_tests PRIVATE ${CMAKE_SOURCE_DIR}/src
+                             ${CMAKE_SOURCE_DIR}/tests)
 elseif(TEXTPORT_TESTS)
   find_package(GTest REQUIRED)
   include(GoogleTest)
   add_executable(textport_mac_tests ${TEXTPORT_MAC_TEST_SOURCES})
+  target_include_directories(textport_mac_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
   target_link_libraries(textport_mac_tests PRIVATE textport_mac textport_core GTest::gtest
                         GTest::gtest_main)
   gtest_discover_tests(textport_mac_tests DISCOVERY_TIMEOUT 60)

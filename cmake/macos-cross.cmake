@@ -1,5 +1,6 @@
 # Cross-compiling textport for macOS on Linux with clang, ld64.lld and llvm-lipo against a macOS
-# SDK snapshot given as -DTEXTPORT_MACOS_SDK=<sdk root> (the folder holding System/ and usr/).
+# SDK snapshot given as -DTEXTPORT_MACOS_SDK=<sdk root> (the folder holding System/ and usr/), with
+# utf8proc compiled from its sources, given as -DTEXTPORT_UTF8PROC_SOURCE=<folder with utf8proc.c>.
 # Each architecture is configured with this file on its own (TEXTPORT_MACOS_ARCHS names one);
 # with several, the build runs one sub-build per architecture and joins them (see mac_backend.cmake).
 set(CMAKE_SYSTEM_NAME Darwin)
@@ -7,13 +8,18 @@ set(CMAKE_SYSTEM_VERSION 21.0)
 
 # Sub-builds and try_compile projects see the same values.
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES TEXTPORT_MACOS_SDK TEXTPORT_MACOS_ARCHS
-     TEXTPORT_LLVM_SUFFIX)
+     TEXTPORT_LLVM_SUFFIX TEXTPORT_UTF8PROC_SOURCE)
 
 if(NOT TEXTPORT_MACOS_SDK)
   message(FATAL_ERROR "Pass the macOS SDK root: -DTEXTPORT_MACOS_SDK=<path>")
 endif()
 if(NOT EXISTS "${TEXTPORT_MACOS_SDK}/usr/lib/libSystem.tbd")
   message(FATAL_ERROR "TEXTPORT_MACOS_SDK='${TEXTPORT_MACOS_SDK}' holds no usr/lib/libSystem.tbd")
+endif()
+# The host's utf8proc is a Linux library; the build compiles the sources for each architecture.
+if(NOT TEXTPORT_UTF8PROC_SOURCE)
+  message(FATAL_ERROR "Pass utf8proc's source folder (utf8proc.c, utf8proc.h, utf8proc_data.c): "
+                      "-DTEXTPORT_UTF8PROC_SOURCE=<path>")
 endif()
 if(NOT TEXTPORT_MACOS_ARCHS)
   set(TEXTPORT_MACOS_ARCHS x86_64 arm64)
