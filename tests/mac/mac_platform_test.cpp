@@ -1,76 +1,111 @@
-// The rest of the macOS backend that needs no other application: the clock, UUIDs, the
-// workspace, accessibility elements of this very process and event objects (never posted).
+// What the macOS backend does beyond the contract that every backend keeps: attribute values keep
+// their kind and content through the platform's objects, arguments that have no platform object
+// never reach the platform, and events are made (never posted here) without a source too.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <limits>
 #include <memory>
-#include <regex>
+#include <string>
+#include <type_traits>
+#include <variant>
 
 #include "platform/host_platform.h"
+#include "platform/mac/mac_values.h"
 
 namespace textport {
 namespace {
 
 class MacPlatformTest : public ::testing::Test {
  protected:
-  void SetUp() override { platform_->requestStarted(); }
-  void TearDown() override { platform_->requestEnded(); }
+  Platform& platform() { return *platform_; }
+
+ private:
   std::unique_ptr<Platform> platform_ = makeHostPlatform();
+  RequestScope scope_{*platform_};
 };
 
-TEST_F(MacPlatformTest, SleepAndRunLoopTurnsLastAtLeastAsLongAsAsked) {
-  const double start = platform_->now();
-  platform_->sleep(0.05);
-  const double slept = platform_->now();
-  EXPECT_GE(slept - start, 0.05);
-  platform_->runLoop(0.02);
-  EXPECT_GE(platform_->now() - slept, 0.02);
+bool same(const Value& a, const Value& b) {
+  if (a.data.index() != b.data.index()) return false;
+  return std::visit(
+      [&b](const auto& x) {
+        using T = std::decay_t<decltype(x)>;
+        const T& y = std::get<T>(b.data);
+        if constexpr (std::is_same_v<T, ValueList>) {
+          return std::equal(x.begin(), x.end(), y.begin(), y.end(), same);
+        } else {
+          return x == y;
+        }
+      },
+      a.data);
 }
 
-TEST_F(MacPlatformTest, UuidsAreFreshAndUpperCaseInFiveGroups) {
-  const std::regex form("[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}");
-  const std::string first = platform_->newUuid();
-  EXPECT_TRUE(std::regex_match(first, form)) << first;
-  EXPECT_NE(platform_->newUuid(), first);
+TEST_F(MacPlatformTest, AttributeValuesComeBackFromThePlatformsObjectsUnchanged) {
+  const Element application = platform().createApplicationElement(getpid());
+  const Value values[] = {
+      true,
+      false,
+      std::int64_t{-3},
+      std::numeric_limits<std::int64_t>::max(),
+      0.5,
+      2.0,  // a whole number stays a float
+      std::string("caf\xC3\xA9 \xE4\xB8\x96\xE7\x95\x8C"),
+      std::string(),
+      Point{1.5, -2},
+      Size{3, 4},
+      Rect{{1, 2}, {3, 4}},
+      Range{5, 6},
+      AttributedString{"bold"},
+      application,
+      ValueList{std::int64_t{1}, "a", Range{0, 1}, ValueList{}},
+  };
+  for (std::size_t i = 0; i < std::size(values); ++i) {
+    const auto object = mac::toCFObject(values[i]);
+    ASSERT_TRUE(object) << "value " << i;
+    EXPECT_TRUE(same(mac::toValue(object.get()), values[i])) << "value " << i;
+  }
+  EXPECT_FALSE(mac::toCFObject(Value()));
+  EXPECT_TRUE(mac::toValue(nullptr).isNothing());
 }
 
-TEST_F(MacPlatformTest, WorkspaceKnowsTheFrontmostApplicationAndThisProcess) {
-  const auto frontmost = platform_->frontmostApplication();
-  ASSERT_TRUE(frontmost.has_value());
-  EXPECT_GT(frontmost->pid, 0);
-  const auto self = platform_->runningApplication(getpid());
-  ASSERT_TRUE(self.has_value());
-  EXPECT_EQ(self->pid, getpid());
-}
-
-TEST_F(MacPlatformTest, ApplicationElementsOfOneProcessAreEqualAndKnowTheirPid) {
-  const Element first = platform_->createApplicationElement(getpid());
-  const Element second = platform_->createApplicationElement(getpid());
-  ASSERT_TRUE(first);
-  EXPECT_TRUE(first == second);
-  EXPECT_FALSE(first == platform_->createSystemWideElement());
-  EXPECT_EQ(platform_->pidOfElement(first), getpid());
-  EXPECT_EQ(platform_->setMessagingTimeout(first, 0.3f), kAXErrorSuccess);
-}
-
-TEST_F(MacPlatformTest, EmptyHandlesAreRefusedWithIllegalArgument) {
+// The platform's answer to a null argument, given without handing it one.
+TEST_F(MacPlatformTest, ArgumentsWithoutAPlatformObjectAreIllegal) {
+  Platform& p = platform();
+  const Element application = p.createApplicationElement(getpid());
   const Element none;
-  EXPECT_EQ(platform_->setMessagingTimeout(none, 0.3f), kAXErrorIllegalArgument);
-  EXPECT_EQ(platform_->copyAttributeValue(none, "AXRole").error, kAXErrorIllegalArgument);
-  EXPECT_EQ(platform_->setAttributeValue(none, "AXEnhancedUserInterface", true),
-            kAXErrorIllegalArgument);
-  EXPECT_EQ(platform_->performAction(none, "AXPress"), kAXErrorIllegalArgument);
-  EXPECT_EQ(platform_->pidOfElement(none), std::nullopt);
+  const std::string notUtf8 = "AX\xFF";
+  const struct {
+    const char* name;
+    AXError error;
+  } rows[] = {
+      {"set on an empty element", p.setAttributeValue(none, "AXValue", "x")},
+      {"set a value of nothing", p.setAttributeValue(application, "AXValue", Value())},
+      {"set attributed text that is not UTF-8",
+       p.setAttributeValue(application, "AXValue", AttributedString{"\xFF"})},
+      {"set under a name that is not UTF-8", p.setAttributeValue(application, notUtf8, "x")},
+      {"read under a name that is not UTF-8", p.copyAttributeValue(application, notUtf8).error},
+      {"parameterised read with a parameter of nothing",
+       p.copyParameterizedAttributeValue(application, "AXStringForRange", Value()).error},
+      {"parameterised read on an empty element",
+       p.copyParameterizedAttributeValue(none, "AXStringForRange", Range{0, 1}).error},
+      {"action named in bytes that are not UTF-8", p.performAction(application, notUtf8)},
+  };
+  for (const auto& row : rows) EXPECT_EQ(row.error, kAXErrorIllegalArgument) << row.name;
 }
 
-TEST_F(MacPlatformTest, EventsCanBeMadeWithAndWithoutASource) {
-  const EventSource source = platform_->createEventSource();
-  EXPECT_TRUE(source);
-  EXPECT_TRUE(platform_->createKeyboardEvent(source, 9, true));
-  EXPECT_TRUE(platform_->createKeyboardEvent(EventSource(), 9, false));
-  EXPECT_TRUE(platform_->createMouseEvent(source, EventType::leftMouseDown, Point{10, 10},
+TEST_F(MacPlatformTest, EventsAreMadeWithoutASourceAndEmptyOnesAreLeftAlone) {
+  EXPECT_TRUE(platform().createKeyboardEvent(EventSource(), 9, true));
+  EXPECT_TRUE(platform().createMouseEvent(EventSource(), EventType::mouseMoved, Point{10, 10},
                                           MouseButton::left));
-  EXPECT_TRUE(platform_->pointerLocation().has_value());
+  // An event that was never made has nothing to change or post; the platform's calls take no
+  // null event.
+  const Event none;
+  platform().setEventType(none, EventType::keyUp);
+  platform().setEventFlags(none, kEventFlagMaskCommand);
+  platform().postEvent(none);
 }
 
 }  // namespace
