@@ -1,6 +1,9 @@
 // Runs every scenario file under tests/scenarios/ through the textport-sim binary, the real
 // request loop over a simulated desktop, and compares its answer lines and the final desktop
-// state with what the scenario expects. The format is described in docs/scenario-format.md.
+// state with what the scenario expects. The desktop is a world file named by the scenario (or
+// written inline), with the scenario's own timeline entries appended after the world's, so
+// scenarios that differ only in what the user does share one world file. The format is
+// described in docs/scenario-format.md.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -78,7 +81,7 @@ TEST_P(Scenario, AnswersAndFinalStateAreAsListed) {
   json scenario;
   ASSERT_NO_THROW(scenario = json::parse(readFile(file))) << file;
   ASSERT_TRUE(scenario.is_object()) << file;
-  static const std::set<std::string> known = {"description", "world",   "args",
+  static const std::set<std::string> known = {"description", "world",   "timeline", "args",
                                               "requests",    "answers", "state"};
   for (const auto& [key, value] : scenario.items()) {
     ASSERT_TRUE(known.count(key)) << file << ": unknown key \"" << key << "\"";
@@ -92,17 +95,26 @@ TEST_P(Scenario, AnswersAndFinalStateAreAsListed) {
   fs::remove_all(dir);
   fs::create_directories(dir);
 
+  // The merged world goes to the temporary folder. The scenario's timeline entries come after
+  // the world's own, so of two entries due at the same moment the world's fires first. Without
+  // either key the process starts on the empty desktop.
   std::string command = quoted(TEXTPORT_SIM_BINARY);
-  if (scenario.contains("world")) {
-    const json& world = scenario["world"];
-    fs::path worldFile = dir / "world.json";
+  if (scenario.contains("world") || scenario.contains("timeline")) {
+    json world = scenario.value("world", json::object());
     if (world.is_string()) {
-      worldFile = file.parent_path() / world.get<std::string>();
-    } else {
-      ASSERT_TRUE(world.is_object()) << file << ": \"world\" is an object or a path";
-      std::ofstream(worldFile) << world.dump();
+      const fs::path named = file.parent_path() / world.get<std::string>();
+      ASSERT_NO_THROW(world = json::parse(readFile(named))) << file << ": world file " << named;
     }
-    command += " " + quoted("--world=" + worldFile.string());
+    ASSERT_TRUE(world.is_object()) << file << ": \"world\" is an object or a path";
+    if (scenario.contains("timeline")) {
+      ASSERT_TRUE(scenario["timeline"].is_array()) << file << ": \"timeline\" is a list";
+      json& timeline = world["timeline"];
+      if (timeline.is_null()) timeline = json::array();
+      ASSERT_TRUE(timeline.is_array()) << file << ": the world's timeline is a list";
+      for (const json& entry : scenario["timeline"]) timeline.push_back(entry);
+    }
+    std::ofstream(dir / "world.json") << world.dump();
+    command += " " + quoted("--world=" + (dir / "world.json").string());
   }
   command += " " + quoted("--state-out=" + (dir / "state.json").string());
   for (const json& argument : scenario.value("args", json::array())) {
