@@ -16,7 +16,6 @@ namespace {
 
 namespace msg = delivery_messages;
 
-constexpr std::uint16_t kVirtualKeyV = 9;  // kVK_ANSI_V
 // The receiving application reads the pasteboard in its own time after Command-V; this is how
 // long the staged text stays there before the user's content comes back.
 constexpr double kPasteWait = 0.35;
@@ -29,26 +28,22 @@ std::optional<const char*> finalCheck(Session& session, const PasteJob& job) {
   if (!front || front->pid != job.pid) return msg::kFocusChanged;
 
   const std::optional<Element> receiving =
-      job.record.windowPaste ? axElement(attribute(platform, job.application, "AXFocusedWindow"))
-                             : focusedElement(platform, job.application, job.pid);
+      job.record.mode == TargetMode::windowPaste
+          ? axElement(attribute(platform, job.application, "AXFocusedWindow"))
+          : focusedElement(platform, job.application, job.pid);
   if (!receiving || !(*receiving == job.record.element)) return msg::kFocusChanged;
 
-  if (job.record.composer || job.record.windowPaste) {
-    if (mouseCount(platform) != job.record.mouseCount) return msg::kInteractionChanged;
-    if (static_cast<std::uint32_t>(keyCount(platform) - job.record.keyCount) !=
-        job.allowedKeyEvents) {
+  if (job.record.conversation()) {
+    if (!onlyExpectedActivity(platform, job.record.activity, job.allowedKeyEvents)) {
       return msg::kInteractionChanged;
     }
     return std::nullopt;
   }
   // A focused record: the caret or the field may have moved since the verification. No
   // selection is read, so nothing is copied here.
-  TargetOptions options;
-  options.includeSelection = false;
-  options.capture = false;
-  options.allowCopy = true;
-  options.discover = false;
-  if (!sameTarget(job.presented, target(session, options))) return msg::kFocusChanged;
+  if (!sameTarget(job.presented, target(session.capture(), kLocateTarget))) {
+    return msg::kFocusChanged;
+  }
   return std::nullopt;
 }
 
@@ -72,20 +67,12 @@ JsonObject pasteSequence(Session& session, const PasteJob& job) {
     return errorAnswer(*exit);
   }
 
-  // From the final check to the posting nothing but the events' creation lies in between.
-  const EventSource source = platform.createEventSource();
-  const Event down = platform.createKeyboardEvent(source, kVirtualKeyV, true);
-  const Event up = down ? platform.createKeyboardEvent(source, kVirtualKeyV, false) : Event{};
-  if (!down || !up) {
+  // Nothing lies between the final check and the keystroke.
+  if (!platform.postPasteShortcut()) {
     // No keystroke went out, so the staged text is ours alone to take back.
     restore(platform, saved);
     return errorAnswer(msg::kEventCreationFailed);
   }
-  // Replacing the whole flag word drops any modifier the user happens to hold.
-  platform.setEventFlags(down, kEventFlagMaskCommand);
-  platform.setEventFlags(up, kEventFlagMaskCommand);
-  platform.postEvent(down);
-  platform.postEvent(up);
 
   platform.sleep(kPasteWait);
   restoreUnlessOverwritten();

@@ -1,5 +1,9 @@
 // The one door to the desktop: value types and the narrow interface that every backend
 // (the real macOS desktop, the simulated desktop) implements. Standard headers only.
+//
+// Most operations mirror one platform call, in macOS's vocabulary (attribute names, roles, error
+// codes, UTF-16 ranges); a backend for another desktop translates into it. Where desktops differ
+// in how an intent is carried out (the paste keystroke), the operation names the intent.
 #pragma once
 
 #include <cstdint>
@@ -226,6 +230,10 @@ class Platform {
   virtual void setEventFlags(const Event& event, std::uint64_t flags) = 0;
   // Posts an event at the HID tap (CGEventPost with kCGHIDEventTap).
   virtual void postEvent(const Event& event) = 0;
+  // Posts the paste shortcut to the focused application, with no other modifier whatever the
+  // user holds (macOS: Command + V as a key-down and a key-up). False, and nothing posted, when
+  // its events could not be made.
+  virtual bool postPasteShortcut() = 0;
 
   // --- Time ---
   // Seconds on a monotonic clock.
@@ -241,9 +249,21 @@ class Platform {
 
   // --- Request scope ---
   // Called around each request; temporary platform objects live until requestEnded
-  // (an autorelease pool on macOS).
+  // (an autorelease pool on macOS). Opened and closed through RequestScope.
   virtual void requestStarted() = 0;
   virtual void requestEnded() = 0;
+};
+
+// One request's platform scope: opened on construction, closed on every way out.
+class RequestScope {
+ public:
+  explicit RequestScope(Platform& platform) : platform_(platform) { platform_.requestStarted(); }
+  ~RequestScope() { platform_.requestEnded(); }
+  RequestScope(const RequestScope&) = delete;
+  RequestScope& operator=(const RequestScope&) = delete;
+
+ private:
+  Platform& platform_;
 };
 
 }  // namespace textport

@@ -180,6 +180,20 @@ void SimDesktop::postEvent(const Event& event) {
   fireDue();  // an application that reacts without delay has done so when the post returns
 }
 
+// Made from the raw operations, so the simulated failures of event creation apply to it too.
+bool SimDesktop::postPasteShortcut() {
+  const EventSource source = createEventSource();
+  const Event down = createKeyboardEvent(source, kKeyCodeV, true);
+  const Event up = down ? createKeyboardEvent(source, kKeyCodeV, false) : Event{};
+  if (!down || !up) return false;
+  // Replacing the whole flag word drops any modifier the user happens to hold.
+  setEventFlags(down, kEventFlagMaskCommand);
+  setEventFlags(up, kEventFlagMaskCommand);
+  postEvent(down);
+  postEvent(up);
+  return true;
+}
+
 // --- Reading the desktop ---
 
 std::optional<std::string> SimDesktop::fieldValue(std::string_view id) const {

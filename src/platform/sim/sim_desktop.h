@@ -34,7 +34,7 @@ struct SimLoad {
   explicit operator bool() const { return desktop != nullptr; }
 };
 
-class SimDesktop final : public Platform {
+class SimDesktop : public Platform {
  public:
   // An empty desktop: trusted, no applications, none frontmost, empty pasteboard, counters 0.
   SimDesktop();
@@ -62,8 +62,9 @@ class SimDesktop final : public Platform {
   std::uint32_t counter(EventType type) const { return input_.counter(type); }
   const std::vector<PostedEvent>& postedEvents() const { return record_.posted; }
   std::optional<Pid> frontmostPid() const { return frontmost_; }
-  // The number of requests started so far (requestStarted calls).
+  // The number of requests started and ended so far (requestStarted, requestEnded calls).
   std::uint64_t requestsStarted() const { return requestsStarted_; }
+  std::uint64_t requestsEnded() const { return requestsEnded_; }
 
   // --- Test API: changing the desktop ---
   // Adds one timeline entry given as world-file JSON (an object such as
@@ -118,6 +119,7 @@ class SimDesktop final : public Platform {
   void setEventType(const Event& event, EventType type) override;
   void setEventFlags(const Event& event, std::uint64_t flags) override;
   void postEvent(const Event& event) override;
+  bool postPasteShortcut() override;
 
   double now() override { return clock_.now(); }
   void sleep(double seconds) override;
@@ -126,7 +128,7 @@ class SimDesktop final : public Platform {
   std::string newUuid() override;
 
   void requestStarted() override;
-  void requestEnded() override {}
+  void requestEnded() override { ++requestsEnded_; }
 
   // Loader access to the timeline (world files) and the system-wide element's set-up.
   SimTimeline& timeline() { return timeline_; }
@@ -181,6 +183,7 @@ class SimDesktop final : public Platform {
   std::optional<float> processTimeout_;  // set through the system-wide element
   std::uint64_t uuids_ = 0;
   std::uint64_t requestsStarted_ = 0;
+  std::uint64_t requestsEnded_ = 0;
   PasteboardTraffic traffic_;
 };
 

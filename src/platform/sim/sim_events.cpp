@@ -21,7 +21,6 @@ void SimInput::apply(const PostedEvent& event) {
 }
 
 bool isCommandV(const PostedEvent& event) {
-  constexpr std::uint16_t kKeyCodeV = 9;
   return event.type == EventType::keyDown && event.keyCode == kKeyCodeV &&
          (event.flags & kEventFlagMaskCommand) != 0;
 }
