@@ -13,4 +13,15 @@ std::uint32_t mouseCount(Platform& platform);
 // Key presses (key-down events).
 std::uint32_t keyCount(Platform& platform);
 
+struct ActivityCounts {
+  std::uint32_t mouse = 0;  // mouseCount at the time
+  std::uint32_t keys = 0;   // keyCount at the time
+};
+
+// Both counters now.
+ActivityCounts activityCounts(Platform& platform);
+// True when there was no click since `then` and exactly `allowedKeys` key presses: the user
+// typed only what the parent application expected.
+bool onlyExpectedActivity(Platform& platform, const ActivityCounts& then, std::uint32_t allowedKeys);
+
 }  // namespace textport

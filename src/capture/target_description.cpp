@@ -1,48 +1,102 @@
 #include "capture/target_description.h"
 
-#include <array>
-#include <string_view>
-
 #include "accessibility/composer_search.h"
 #include "accessibility/copy_selection.h"
 #include "accessibility/element_helpers.h"
 #include "accessibility/selected_text.h"
+#include "capture/special_applications.h"
 
 namespace textport {
 
 namespace {
-constexpr std::string_view kChatBundle = "com.tencent.xinWeChat";
-constexpr std::array<std::string_view, 3> kFixtureBundles = {
-    "app.tamsel.fixturecomposer", "app.tamsel.fixtureambiguous", "app.tamsel.fixtureopaque"};
-constexpr std::string_view kOpaqueFixture = "app.tamsel.fixtureopaque";
 constexpr std::size_t kMaxSelectionBytes = 20000;
 
-bool isComposerApplication(std::string_view bundle) {
-  if (bundle == kChatBundle) return true;
-  for (std::string_view fixture : kFixtureBundles) {
-    if (bundle == fixture) return true;
-  }
-  return false;
-}
-
-bool isWindowPasteApplication(std::string_view bundle) {
-  return bundle == kChatBundle || bundle == kOpaqueFixture;
-}
-
-struct Resolved {
-  const char* mode;
-  Element element;
+// What the application tells about its keyboard focus.
+struct Focus {
+  Element application;             // with the capture's messaging timeout
+  std::optional<Element> focused;  // the focused element, unless hidden or unknown
+  std::optional<Element> window;   // the focused window
+  bool searchAllowed = false;      // whether the composer search may run
 };
 
+struct Selection {
+  std::optional<std::string> text;
+  const char* source = "accessibility";  // or "copy"
+};
+
+struct Resolved {
+  TargetMode mode;
+  Element element;  // receives the paste
+};
+
+Focus findFocus(const CaptureContext& context, const RunningApp& app,
+                const ApplicationTraits& traits, const TargetOptions& options) {
+  Platform& platform = context.platform;
+  Focus focus;
+  focus.application = applicationElement(platform, app.pid, kApplicationTimeout);
+  focus.focused = focusedElement(platform, focus.application, app.pid);
+  if (traits.composer && (!focus.focused || !isEditable(platform, *focus.focused))) {
+    // Chat applications build their full tree only once asked to.
+    enableAccessibility(platform, focus.application);
+    focus.focused = focusedElement(platform, focus.application, app.pid);
+  }
+  const bool hidden = context.verifying && traits.hidesFocus;
+  if (hidden) focus.focused.reset();
+  focus.searchAllowed = options.discover && !hidden;
+  focus.window = axElement(attribute(platform, focus.application, "AXFocusedWindow"));
+  return focus;
+}
+
+// The selection through accessibility, else through the Copy menu when that is allowed.
+Selection readSelection(Platform& platform, Pid pid, const Focus& focus,
+                        const TargetOptions& options) {
+  Selection selection;
+  if (!options.includeSelection) return selection;
+  std::optional<std::int64_t> length;
+  if (focus.focused) {
+    selection.text = selectedText(platform, *focus.focused);
+    if (selection.text || !options.allowCopy) return selection;
+    if (auto range = selectedRange(platform, *focus.focused)) length = range->length;
+  } else if (!options.allowCopy) {
+    return selection;
+  }
+  selection.text = copySelection(platform, focus.application, pid, length);
+  selection.source = "copy";
+  return selection;
+}
+
+// The element that receives the paste, and how.
+std::optional<Resolved> resolveTarget(Platform& platform, const Focus& focus,
+                                      const ApplicationTraits& traits, bool haveText) {
+  if (focus.focused && (haveText || !traits.composer)) {
+    return Resolved{TargetMode::focused, *focus.focused};
+  }
+  const auto searchComposer = [&]() -> std::optional<Resolved> {
+    if (!focus.searchAllowed || !focus.window) return std::nullopt;
+    if (auto composer = findComposer(platform, *focus.window)) {
+      return Resolved{TargetMode::composer, *composer};
+    }
+    return std::nullopt;
+  };
+  if (focus.focused) {
+    if (isEditable(platform, *focus.focused)) return Resolved{TargetMode::composer, *focus.focused};
+    return searchComposer();
+  }
+  if (traits.composer) {
+    if (auto composer = searchComposer()) return composer;
+  }
+  if (focus.window && traits.windowPaste) return Resolved{TargetMode::windowPaste, *focus.window};
+  return std::nullopt;
+}
+
 // Reports the selection, or that it could not be handed over.
-void reportSelection(JsonObject& description, const std::optional<std::string>& text,
-                     const char* source) {
-  if (text && !text->empty()) {
-    if (text->size() > kMaxSelectionBytes) {
+void reportSelection(JsonObject& description, const Selection& selection) {
+  if (selection.text && !selection.text->empty()) {
+    if (selection.text->size() > kMaxSelectionBytes) {
       description["selection_error"] = true;
     } else {
-      description["selection"] = *text;
-      description["selection_source"] = source;
+      description["selection"] = *selection.text;
+      description["selection_source"] = selection.source;
     }
     return;
   }
@@ -51,11 +105,27 @@ void reportSelection(JsonObject& description, const std::optional<std::string>& 
     description["selection_error"] = true;
   }
 }
+
+// The receiving element's role, identifier, window number and selected range.
+void describeElement(Platform& platform, JsonObject& description, const Element& element,
+                     const std::optional<Element>& window) {
+  description["role"] = stringAttribute(platform, element, "AXRole").value_or("");
+  description["identifier"] = stringAttribute(platform, element, "AXIdentifier").value_or("");
+  if (window) {
+    Value number = attribute(platform, *window, "AXWindowNumber");
+    const auto* integer = number.as<std::int64_t>();
+    description["window"] = integer != nullptr ? *integer : std::int64_t{0};
+  }
+  if (auto range = selectedRange(platform, element)) {
+    description["offset"] = range->location;
+    description["length"] = range->length;
+  }
+}
 }  // namespace
 
-JsonObject target(Session& session, const TargetOptions& options) {
-  Platform& platform = session.platform;
-  auto app = frontmost(platform);
+JsonObject target(const CaptureContext& context, const TargetOptions& options) {
+  Platform& platform = context.platform;
+  const std::optional<RunningApp> app = frontmost(platform);
   if (!app) return JsonObject{};
 
   const std::string bundle = app->bundleIdentifier.value_or("");
@@ -68,100 +138,39 @@ JsonObject target(Session& session, const TargetOptions& options) {
     return description;
   }
 
-  Element application = applicationElement(platform, app->pid, kApplicationTimeout);
-  const bool composerApp = isComposerApplication(bundle);
-  std::optional<Element> focused = focusedElement(platform, application, app->pid);
-  if (composerApp && (!focused || !isEditable(platform, *focused))) {
-    // Chat applications build their full tree only once asked to.
-    enableAccessibility(platform, application);
-    focused = focusedElement(platform, application, app->pid);
-  }
-  const bool opaqueFixture = session.verifySelection() && bundle == kOpaqueFixture;
-  if (opaqueFixture) focused.reset();
-  const bool searchAllowed = options.discover && !opaqueFixture;
-
-  std::optional<Element> window = axElement(attribute(platform, application, "AXFocusedWindow"));
-
-  std::optional<std::string> text;
-  const char* source = "accessibility";
-  if (options.includeSelection) {
-    if (!focused) {
-      if (options.allowCopy) {
-        text = copySelection(platform, application, app->pid, std::nullopt);
-        source = "copy";
-      }
-    } else {
-      text = selectedText(platform, *focused);
-      if (!text && options.allowCopy) {
-        std::optional<std::int64_t> length;
-        if (auto range = selectedRange(platform, *focused)) length = range->length;
-        text = copySelection(platform, application, app->pid, length);
-        source = "copy";
-      }
-    }
-  }
-
-  auto searchComposer = [&]() -> std::optional<Element> {
-    if (!searchAllowed || !window) return std::nullopt;
-    return findComposer(platform, *window);
-  };
-  std::optional<Resolved> resolved;
-  if (text && focused) {
-    resolved = Resolved{"focused", *focused};
-  } else if (text) {
+  const ApplicationTraits traits = applicationTraits(bundle);
+  const Focus focus = findFocus(context, *app, traits, options);
+  Selection selection = readSelection(platform, app->pid, focus, options);
+  if (selection.text && !focus.focused) {
     // Text without a focused element: report it, but there is nothing to capture.
-    reportSelection(description, text->empty() ? std::nullopt : text, source);
+    if (selection.text->empty()) selection.text.reset();
+    reportSelection(description, selection);
     description["capture_reason"] = "focused_element_unavailable";
     return description;
-  } else if (!composerApp && focused) {
-    resolved = Resolved{"focused", *focused};
-  } else if (composerApp && focused) {
-    if (isEditable(platform, *focused)) {
-      resolved = Resolved{"composer", *focused};
-    } else if (auto composer = searchComposer()) {
-      resolved = Resolved{"composer", *composer};
-    }
-  } else {
-    if (composerApp) {
-      if (auto composer = searchComposer()) resolved = Resolved{"composer", *composer};
-    }
-    if (!resolved && window && isWindowPasteApplication(bundle)) {
-      resolved = Resolved{"window_paste", *window};
-    }
   }
+  const std::optional<Resolved> resolved =
+      resolveTarget(platform, focus, traits, selection.text.has_value());
   if (!resolved) {
     description["capture_reason"] = "focused_element_unavailable";
     return description;
   }
 
-  const std::string_view mode = resolved->mode;
-  const Element& element = resolved->element;
-  description["target_mode"] = resolved->mode;
+  description["target_mode"] = targetModeName(resolved->mode);
   if (options.capture) {
-    description["captureToken"] = session.capturedElements.insert(
-        platform, element, window, mode == "composer", mode == "window_paste");
+    description["captureToken"] =
+        context.store.insert(platform, resolved->element, focus.window, resolved->mode);
   }
-  description["role"] = stringAttribute(platform, element, "AXRole").value_or("");
-  description["identifier"] = stringAttribute(platform, element, "AXIdentifier").value_or("");
-  if (window) {
-    Value number = attribute(platform, *window, "AXWindowNumber");
-    const auto* integer = number.as<std::int64_t>();
-    description["window"] = integer != nullptr ? *integer : std::int64_t{0};
+  describeElement(platform, description, resolved->element, focus.window);
+  // A composer's own content is never reported.
+  if (options.includeSelection && resolved->mode != TargetMode::composer) {
+    reportSelection(description, selection);
   }
-  if (auto range = selectedRange(platform, element)) {
-    description["offset"] = range->location;
-    description["length"] = range->length;
-  }
-  if (options.includeSelection && mode != "composer") reportSelection(description, text, source);
   return description;
 }
 
-JsonObject targetAction(Session& session, const JsonObject& request) {
+JsonObject targetAction(const CaptureContext& context, const JsonObject& request) {
   const bool selection = readBool(request, "selection").value_or(false);
-  return target(session, TargetOptions{.includeSelection = selection,
-                                       .capture = selection,
-                                       .allowCopy = true,
-                                       .discover = true});
+  return target(context, selection ? kCaptureTarget : kDescribeTarget);
 }
 
 }  // namespace textport

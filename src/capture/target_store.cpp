@@ -1,18 +1,27 @@
 #include "capture/target_store.h"
 
-#include "capture/activity_counters.h"
-
 namespace textport {
 
+const char* targetModeName(TargetMode mode) {
+  switch (mode) {
+    case TargetMode::focused:
+      return "focused";
+    case TargetMode::composer:
+      return "composer";
+    case TargetMode::windowPaste:
+      return "window_paste";
+  }
+  return "focused";
+}
+
 std::string TargetStore::insert(Platform& platform, Element element,
-                                std::optional<Element> window, bool composer, bool windowPaste) {
+                                std::optional<Element> window, TargetMode mode) {
   // No expiry by time: a full store forgets every earlier token at once.
   if (records_.size() >= kCapacity) records_.clear();
   std::string token = platform.newUuid();
-  std::uint32_t mice = mouseCount(platform);
-  std::uint32_t keys = keyCount(platform);
-  records_.insert_or_assign(token, CapturedTarget{std::move(element), std::move(window), composer,
-                                                  windowPaste, mice, keys});
+  const ActivityCounts activity = activityCounts(platform);
+  records_.insert_or_assign(
+      token, CapturedTarget{std::move(element), std::move(window), mode, activity});
   return token;
 }
 

@@ -7,6 +7,7 @@
 
 #include "accessibility/element_helpers.h"
 #include "capture/activity_counters.h"
+#include "capture/process_id.h"
 #include "capture/target_comparison.h"
 #include "capture/target_description.h"
 #include "delivery/delivery_messages.h"
@@ -35,15 +36,13 @@ std::uint32_t allowedKeyEvents(const JsonObject& request) {
 // focused window; then the composer gets the keyboard focus. Nothing when they all pass.
 std::optional<const char*> checkConversation(Platform& platform, const Element& application,
                                              const CapturedTarget& record, std::uint32_t allowed) {
-  if (mouseCount(platform) != record.mouseCount) return msg::kConversationContextChanged;
-  // Unsigned subtraction wraps, so a counter that passed 2^32 still gives the small difference.
-  if (static_cast<std::uint32_t>(keyCount(platform) - record.keyCount) != allowed) {
+  if (!onlyExpectedActivity(platform, record.activity, allowed)) {
     return msg::kConversationContextChanged;
   }
   if (!record.window) return msg::kConversationContextChanged;
   auto window = axElement(attribute(platform, application, "AXFocusedWindow"));
   if (!window || !(*window == *record.window)) return msg::kConversationContextChanged;
-  if (record.composer) {
+  if (record.mode == TargetMode::composer) {
     // The focus stays in the composer even when a later check refuses.
     if (platform.setAttributeValue(record.element, "AXFocused", Value{true}) != kAXErrorSuccess) {
       return msg::kCannotFocusComposer;
@@ -58,15 +57,11 @@ std::optional<const char*> checkFreshTarget(Session& session, const CapturedTarg
                                             const JsonObject& presented) {
   // Copying again is allowed only when the selection was copied at capture too: otherwise a
   // selection that accessibility could read would now be compared with a copied one.
-  TargetOptions options;
-  options.includeSelection = true;
-  options.capture = false;
-  options.allowCopy =
+  const bool copiedAtCapture =
       readString(presented, "selection_source") == std::optional<std::string>("copy");
-  options.discover = false;
-  const JsonObject fresh = target(session, options);
+  const JsonObject fresh = target(session.capture(), recheckTarget(copiedAtCapture));
 
-  if (record.composer) {
+  if (record.mode == TargetMode::composer) {
     // Pasting would replace whatever is selected in the composer.
     if (readString(fresh, "selection")) return msg::kReviewSelectedInput;
     if (readInteger(fresh, "length").value_or(0) != 0) return msg::kReviewSelectedInput;
@@ -98,26 +93,24 @@ JsonObject deliver(Session& session, const JsonObject& request) {
   if (!record) return errorAnswer(msg::kOriginalTargetExpired);
 
   // A pid beyond 32 bits names no process, so it cannot be the frontmost application.
-  if (*pid < std::numeric_limits<Pid>::min() || *pid > std::numeric_limits<Pid>::max()) {
-    return errorAnswer(msg::kActiveApplicationChanged);
-  }
-  const Pid targetPid = static_cast<Pid>(*pid);
+  const std::optional<Pid> targetPid = toPid(pid);
+  if (!targetPid) return errorAnswer(msg::kActiveApplicationChanged);
   const std::optional<RunningApp> front = frontmost(platform);
-  if (!front || front->pid != targetPid) return errorAnswer(msg::kActiveApplicationChanged);
+  if (!front || front->pid != *targetPid) return errorAnswer(msg::kActiveApplicationChanged);
 
-  const Element application = applicationElement(platform, targetPid, kApplicationTimeout);
+  const Element application = applicationElement(platform, *targetPid, kApplicationTimeout);
   const std::uint32_t allowed = allowedKeyEvents(request);
-  const PasteJob job{*text, targetPid, application, *record, *presented, allowed};
+  const PasteJob job{*text, *targetPid, application, *record, *presented, allowed};
 
-  if (record->composer || record->windowPaste) {
+  if (record->conversation()) {
     if (auto refusal = checkConversation(platform, application, *record, allowed)) {
       return errorAnswer(*refusal);
     }
     // The window is the receiving element and was just compared.
-    if (record->windowPaste) return pasteSequence(session, job);
+    if (record->mode == TargetMode::windowPaste) return pasteSequence(session, job);
   }
 
-  auto focused = focusedElement(platform, application, targetPid);
+  auto focused = focusedElement(platform, application, *targetPid);
   if (!focused || !(*focused == record->element)) return errorAnswer(msg::kInputFieldChanged);
 
   if (auto refusal = checkFreshTarget(session, *record, *presented)) return errorAnswer(*refusal);

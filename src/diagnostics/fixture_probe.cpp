@@ -1,12 +1,11 @@
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "accessibility/composer_search.h"
 #include "accessibility/element_helpers.h"
 #include "capture/activity_counters.h"
+#include "capture/special_applications.h"
 #include "diagnostics/diagnostic_messages.h"
 #include "diagnostics/diagnostics.h"
 
@@ -15,10 +14,6 @@ namespace textport {
 namespace {
 
 namespace msg = diagnostic_messages;
-
-// The purpose-built applications that verification drivers run; only they may be driven.
-constexpr std::array<std::string_view, 3> kFixtureBundles = {
-    "app.tamsel.fixturecomposer", "app.tamsel.fixtureambiguous", "app.tamsel.fixtureopaque"};
 
 constexpr std::uint16_t kKeyFunction = 63;    // kVK_Function
 constexpr std::uint16_t kKeySpace = 49;       // kVK_Space
@@ -29,14 +24,6 @@ constexpr double kClickOffsetX = 60;
 constexpr double kClickOffsetY = 100;
 constexpr double kChordPause = 0.15;
 constexpr double kInputPause = 0.08;
-
-bool isFixture(const RunningApp& app) {
-  const std::string bundle = app.bundleIdentifier.value_or("");
-  for (std::string_view fixture : kFixtureBundles) {
-    if (bundle == fixture) return true;
-  }
-  return false;
-}
 
 // Posts one keyboard event, adjusted as asked; an event the platform cannot make is left out.
 void postKey(Platform& platform, const EventSource& source, std::uint16_t keyCode, bool down,
@@ -96,7 +83,10 @@ JsonObject probeFixture(Session& session, const JsonObject& request) {
   if (!session.verifySelection()) return errorAnswer(msg::kFixtureOnly);
   Platform& platform = session.platform;
   const std::optional<RunningApp> front = frontmost(platform);
-  if (!front || !isFixture(*front)) return errorAnswer(msg::kFixtureOnly);
+  // Only the purpose-built applications that verification drivers run may be driven.
+  if (!front || !applicationTraits(front->bundleIdentifier.value_or("")).fixture) {
+    return errorAnswer(msg::kFixtureOnly);
+  }
 
   // No messaging timeout of its own: the fixture runs under the process-wide default.
   const Element application = platform.createApplicationElement(front->pid);

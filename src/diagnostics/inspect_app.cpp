@@ -1,11 +1,11 @@
 #include <cstdint>
 #include <deque>
-#include <limits>
 #include <optional>
 #include <string>
 
 #include "accessibility/composer_search.h"
 #include "accessibility/element_helpers.h"
+#include "capture/process_id.h"
 #include "capture/target_description.h"
 #include "diagnostics/diagnostic_messages.h"
 #include "diagnostics/diagnostics.h"
@@ -52,13 +52,9 @@ JsonArray walk(Platform& platform, const Element& window) {
 JsonObject inspectApp(Session& session, const JsonObject& request) {
   namespace msg = diagnostic_messages;
   if (!session.verifySelection()) return errorAnswer(msg::kDiagnosticOnly);
-  // An integer outside 32 bits is no process identifier.
-  const std::optional<std::int64_t> requested = readInteger(request, "pid");
-  if (!requested || *requested < std::numeric_limits<Pid>::min() ||
-      *requested > std::numeric_limits<Pid>::max()) {
-    return errorAnswer(msg::kDiagnosticOnly);
-  }
-  const Pid pid = static_cast<Pid>(*requested);
+  const std::optional<Pid> requested = toPid(readInteger(request, "pid"));
+  if (!requested) return errorAnswer(msg::kDiagnosticOnly);
+  const Pid pid = *requested;
   Platform& platform = session.platform;
 
   const Element application = applicationElement(platform, pid, kInspectedAppTimeout);
@@ -80,12 +76,8 @@ JsonObject inspectApp(Session& session, const JsonObject& request) {
 
   std::string targetMode;
   if (auto front = frontmost(platform); front && front->pid == pid) {
-    TargetOptions options;
-    options.includeSelection = false;
-    options.capture = false;
-    options.allowCopy = true;
-    options.discover = true;
-    targetMode = readString(target(session, options), "target_mode").value_or("");
+    targetMode =
+        readString(target(session.capture(), kDescribeTarget), "target_mode").value_or("");
   }
 
   JsonObject enableResults;

@@ -34,7 +34,10 @@ constexpr std::array<Route, 9> kRoutes{{
     {"inspect_app", Gate::diagnostic, inspectApp},
     {"probe_fixture", Gate::fixture, probeFixture},
     {"permissions", Gate::none, permissions},
-    {"target", Gate::none, targetAction},
+    {"target", Gate::none,
+     [](Session& session, const JsonObject& request) {
+       return targetAction(session.capture(), request);
+     }},
     {"copy", Gate::none, copyAction},
     {"deliver", Gate::trusted, deliver},
 }};

@@ -20,7 +20,12 @@ int runProcess(Platform& platform, std::vector<std::string> arguments, std::istr
 
   // A new session starts with no captured targets and no saved clipboard probe.
   Session session(platform, std::move(arguments));
-  serve(input, output, session);
+  try {
+    serve(input, output, session);
+  } catch (...) {
+    // Reading or writing failed beyond recovery (out of memory); end quietly, as when the
+    // parent goes away: nothing may reach standard error.
+  }
   return 0;
 }
 

@@ -13,10 +13,20 @@ namespace {
 
 // One request inside the platform's per-request scope (an autorelease pool on macOS).
 std::string answer(Session& session, std::string_view data) {
-  session.platform.requestStarted();
-  std::string line = respond(session, data);
-  session.platform.requestEnded();
-  return line;
+  const RequestScope scope(session.platform);
+  return respond(session, data);
+}
+
+// The answer to one request. Whatever an action throws ends that request only: the parent
+// gets an answer line and the loop goes on.
+JsonObject handle(Session& session, std::string_view data) {
+  try {
+    std::optional<JsonValue> parsed = parseJson(data);
+    const JsonObject* request = parsed ? parsed->as<JsonObject>() : nullptr;
+    return request != nullptr ? run(session, *request) : errorAnswer(messages::kInvalidRequest);
+  } catch (...) {
+    return errorAnswer(messages::kInternalError);
+  }
 }
 
 // Writes one answer line and hands it to the reader at once. False once output has failed,
@@ -39,11 +49,7 @@ std::string readAll(std::istream& input) {
 }  // namespace
 
 std::string respond(Session& session, std::string_view data) {
-  std::optional<JsonValue> parsed = parseJson(data);
-  const JsonObject* request = parsed ? parsed->as<JsonObject>() : nullptr;
-  const JsonObject answer =
-      request != nullptr ? run(session, *request) : errorAnswer(messages::kInvalidRequest);
-  std::optional<std::string> written = writeJson(answer);
+  std::optional<std::string> written = writeJson(handle(session, data));
   std::string line = written ? std::move(*written) : std::string("{}");
   line += '\n';
   return line;

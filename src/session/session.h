@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "capture/target_description.h"
 #include "capture/target_store.h"
 #include "clipboard/pasteboard_snapshot.h"
 #include "platform/platform.h"
@@ -29,6 +30,8 @@ struct Session {
     return std::find(arguments.begin(), arguments.end(), argument) != arguments.end();
   }
   bool verifySelection() const { return hasArgument("--verify-selection"); }
+  // What target descriptions are made from in this process.
+  CaptureContext capture() { return CaptureContext{platform, capturedElements, verifySelection()}; }
 };
 
 }  // namespace textport

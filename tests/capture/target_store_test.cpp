@@ -17,9 +17,9 @@ TEST(TargetStore, HoldsFourTakesEachTokenOnceAndTheFifthCaptureForgetsTheRest) {
   sim::SimDesktop desktop;
   TargetStore store;
   std::vector<std::string> tokens;
-  for (int i = 0; i < 4; ++i) tokens.push_back(store.insert(desktop, field(), std::nullopt, false, false));
+  for (int i = 0; i < 4; ++i) tokens.push_back(store.insert(desktop, field(), std::nullopt, TargetMode::focused));
   EXPECT_EQ(store.size(), 4u);
-  const std::string fifth = store.insert(desktop, field(), std::nullopt, false, false);
+  const std::string fifth = store.insert(desktop, field(), std::nullopt, TargetMode::focused);
   EXPECT_EQ(store.size(), 1u);
   for (const auto& token : tokens) EXPECT_FALSE(store.take(token)) << token;
   auto record = store.take(fifth);
@@ -32,17 +32,17 @@ TEST(ActivityCounters, StoreRecordsTheSummedButtonAndKeyPressesAtCapture) {
   Desk desk(R"({"counters": {"left_mouse_down": 4294967295, "right_mouse_down": 2,
                              "other_mouse_down": 1, "key_down": 17}})");
   auto record = desk.session.capturedElements.take(
-      desk.session.capturedElements.insert(desk.sim(), field(), std::nullopt, false, true));
+      desk.session.capturedElements.insert(desk.sim(), field(), std::nullopt, TargetMode::windowPaste));
   ASSERT_TRUE(record);
-  EXPECT_EQ(record->mouseCount, 2u);
-  EXPECT_EQ(record->keyCount, 17u);
+  EXPECT_EQ(record->activity.mouse, 2u);
+  EXPECT_EQ(record->activity.keys, 17u);
   for (const char* entry : {R"({"key": {"code": 56, "flags": 131072}})", R"({"click": {"button": "right"}})",
                             R"({"click": {"button": "other"}})", R"({"key": 0})"}) {
     ASSERT_FALSE(desk.sim().schedule(entry));
   }
   desk.sim().drainTimeline();
-  EXPECT_EQ(mouseCount(desk.sim()) - record->mouseCount, 2u);
-  EXPECT_EQ(keyCount(desk.sim()) - record->keyCount, 2u);
+  EXPECT_EQ(mouseCount(desk.sim()) - record->activity.mouse, 2u);
+  EXPECT_EQ(keyCount(desk.sim()) - record->activity.keys, 2u);
 }
 
 }  // namespace

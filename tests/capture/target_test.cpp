@@ -14,7 +14,7 @@ using testing::wire;
 std::string worldFile(const std::string& name) { return testing::sourceFile("tests/worlds/" + name); }
 
 JsonObject capture(Desk& desk, JsonValue selection = true) {
-  return targetAction(desk.session, JsonObject{{"action", "target"}, {"selection", selection}});
+  return targetAction(desk.session.capture(), JsonObject{{"action", "target"}, {"selection", selection}});
 }
 
 const std::vector<std::string> kVerify = {"textport", "--verify-selection"};

@@ -66,7 +66,7 @@ std::string chat(const std::string& composerExtra = "", bool composer = true) {
 }
 
 JsonObject capture(Desk& desk) {
-  return targetAction(desk.session, JsonObject{{"action", "target"}, {"selection", true}});
+  return targetAction(desk.session.capture(), JsonObject{{"action", "target"}, {"selection", true}});
 }
 
 JsonObject deliverRequest(const JsonObject& target, const std::string& text) {

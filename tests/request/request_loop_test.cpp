@@ -117,5 +117,21 @@ TEST(RequestLoop, AnswersAndOpensARequestScopeForEveryLineAndSelfTestTouchesNoth
   EXPECT_EQ(desk.sim().changeCount(), 0);
 }
 
+// A desktop whose permission check fails in a way no rule foresees.
+struct ThrowingDesktop : sim::SimDesktop {
+  bool isProcessTrusted() override { throw std::runtime_error("the desktop went away"); }
+};
+
+TEST(RequestLoop, AnExceptionInAnActionIsAnAnswerAndTheLoopGoesOnWithBalancedScopes) {
+  ThrowingDesktop desktop;
+  Session session(desktop, {"textport", "--daemon"});
+  std::istringstream in("{\"action\":\"permissions\"}\n{\"action\":\"self_test\"}\n");
+  std::ostringstream out;
+  serve(in, out, session);
+  EXPECT_EQ(out.str(), "{\"error\":\"internal error\"}\n" + kSelfTest);
+  EXPECT_EQ(desktop.requestsStarted(), 2u);
+  EXPECT_EQ(desktop.requestsEnded(), 2u);
+}
+
 }  // namespace
 }  // namespace textport
