@@ -1,13 +1,10 @@
 #include "request/json_writer.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <string_view>
 
+#include "request/number_text.h"
 #include "request/utf8.h"
 
 namespace textport {
@@ -19,30 +16,14 @@ concept FloatToChars = requires(char* p, D d) {
   std::to_chars(p, p, d);
 };
 
-// std::to_chars(first, last, d). The C++ library of older macOS SDKs has no floating-point
-// to_chars; there the same text is made with printf: the fewest significant digits that read
-// back as d, in fixed or scientific form, whichever is shorter (fixed on a tie).
+// std::to_chars(first, last, d), shortest round trip. The C++ library of older macOS SDKs has no
+// floating-point to_chars; there printfToChars writes the same text.
 template <class D>
 std::to_chars_result shortestDouble(char* first, char* last, D d) {
   if constexpr (FloatToChars<D>) {
     return std::to_chars(first, last, d);
   } else {
-    char scientific[32];
-    for (int digits = 1; digits <= 17; ++digits) {
-      std::snprintf(scientific, sizeof scientific, "%.*e", digits - 1, d);
-      if (std::strtod(scientific, nullptr) != d) continue;
-      const int exponent = std::atoi(std::strchr(scientific, 'e') + 1);
-      char fixed[352];
-      const int decimals = exponent >= digits - 1 ? 0 : digits - 1 - exponent;
-      std::snprintf(fixed, sizeof fixed, "%.*f", decimals, d);
-      const std::string_view f(fixed), e(scientific);
-      const std::string_view text = f.size() <= e.size() ? f : e;
-      if (text.size() > static_cast<std::size_t>(last - first)) {
-        return {last, std::errc::value_too_large};
-      }
-      return {std::copy(text.begin(), text.end(), first), std::errc{}};
-    }
-    return {first, std::errc::invalid_argument};
+    return printfToChars(first, last, d);
   }
 }
 
