@@ -57,7 +57,9 @@ void requestBenchmark(benchmark::State& state, const std::string& line) {
   state.SetItemsProcessed(state.iterations());
 }
 
-void BM_SelfTest(benchmark::State& state) { requestBenchmark(state, "{\"action\":\"self_test\"}\n"); }
+void BM_SelfTest(benchmark::State& state) {
+  requestBenchmark(state, "{\"action\":\"self_test\"}\n");
+}
 void BM_Permissions(benchmark::State& state) {
   requestBenchmark(state, "{\"action\":\"permissions\"}\n");
 }
@@ -67,7 +69,9 @@ void BM_Copy(benchmark::State& state) {
 void BM_TargetWithSelection(benchmark::State& state) {
   requestBenchmark(state, "{\"action\":\"target\",\"selection\":true}\n");
 }
-void BM_InvalidRequest(benchmark::State& state) { requestBenchmark(state, "not json\n"); }
+void BM_InvalidRequest(benchmark::State& state) {
+  requestBenchmark(state, "not json\n");
+}
 void BM_InspectApp(benchmark::State& state) {
   requestBenchmark(state, "{\"action\":\"inspect_app\",\"pid\":501}\n");
 }
@@ -79,8 +83,8 @@ void BM_CaptureAndDeliver(benchmark::State& state) {
   for (auto _ : state) {
     std::string target = serveLine(session, "{\"action\":\"target\",\"selection\":true}\n");
     target.pop_back();
-    benchmark::DoNotOptimize(serveLine(
-        session, "{\"action\":\"deliver\",\"text\":\"x\",\"target\":" + target + "}\n"));
+    benchmark::DoNotOptimize(
+        serveLine(session, "{\"action\":\"deliver\",\"text\":\"x\",\"target\":" + target + "}\n"));
     state.PauseTiming();
     // The paste inserted "x" over the selection; put the field back for the next round.
     desktop->schedule(R"({"edit": {"element": "body", "value": "hello world", "range": [6, 5]}})");

@@ -58,8 +58,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   SimDesktop desktop = baseDesktop();
   constexpr std::size_t kApps = std::size(textport::fuzz::kFuzzPids);
   const std::size_t front = (flags >> 3) & 7;
-  desktop.setFrontmost(front < kApps ? std::optional<textport::Pid>(textport::fuzz::kFuzzPids[front])
-                                     : std::nullopt);
+  desktop.setFrontmost(front < kApps
+                           ? std::optional<textport::Pid>(textport::fuzz::kFuzzPids[front])
+                           : std::nullopt);
   if (flags & 4) desktop.setTrusted(false);
 
   std::vector<std::string> arguments{"textport"};

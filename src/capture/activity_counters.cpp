@@ -10,7 +10,9 @@ std::uint32_t mouseCount(Platform& platform) {
   return sum;
 }
 
-std::uint32_t keyCount(Platform& platform) { return platform.eventCounter(EventType::keyDown); }
+std::uint32_t keyCount(Platform& platform) {
+  return platform.eventCounter(EventType::keyDown);
+}
 
 ActivityCounts activityCounts(Platform& platform) {
   return ActivityCounts{mouseCount(platform), keyCount(platform)};

@@ -22,6 +22,7 @@ struct ActivityCounts {
 ActivityCounts activityCounts(Platform& platform);
 // True when there was no click since `then` and exactly `allowedKeys` key presses: the user
 // typed only what the parent application expected.
-bool onlyExpectedActivity(Platform& platform, const ActivityCounts& then, std::uint32_t allowedKeys);
+bool onlyExpectedActivity(Platform& platform, const ActivityCounts& then,
+                          std::uint32_t allowedKeys);
 
 }  // namespace textport

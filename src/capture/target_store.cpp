@@ -14,14 +14,14 @@ const char* targetModeName(TargetMode mode) {
   return "focused";
 }
 
-std::string TargetStore::insert(Platform& platform, Element element,
-                                std::optional<Element> window, TargetMode mode) {
+std::string TargetStore::insert(Platform& platform, Element element, std::optional<Element> window,
+                                TargetMode mode) {
   // No expiry by time: a full store forgets every earlier token at once.
   if (records_.size() >= kCapacity) records_.clear();
   std::string token = platform.newUuid();
   const ActivityCounts activity = activityCounts(platform);
-  records_.insert_or_assign(
-      token, CapturedTarget{std::move(element), std::move(window), mode, activity});
+  records_.insert_or_assign(token,
+                            CapturedTarget{std::move(element), std::move(window), mode, activity});
   return token;
 }
 

@@ -27,7 +27,7 @@ struct CapturedTarget {
   Element element;                // receives the paste: focused element, composer or window
   std::optional<Element> window;  // the focused window at capture, when it could be read
   TargetMode mode = TargetMode::focused;
-  ActivityCounts activity;        // the user's input counted at capture
+  ActivityCounts activity;  // the user's input counted at capture
 
   // Composer and window-paste targets are checked by the conversation rules.
   bool conversation() const { return mode != TargetMode::focused; }

@@ -12,10 +12,10 @@ namespace textport {
 struct PasteJob {
   const std::string& text;
   Pid pid;
-  const Element& application;       // messaging timeout 0.3 s
+  const Element& application;  // messaging timeout 0.3 s
   const CapturedTarget& record;
-  const JsonObject& presented;      // the description the client sent back
-  std::uint32_t allowedKeyEvents;   // already clamped
+  const JsonObject& presented;     // the description the client sent back
+  std::uint32_t allowedKeyEvents;  // already clamped
 };
 
 // Runs the sequence and gives the final answer of "deliver".

@@ -76,8 +76,7 @@ JsonObject inspectApp(Session& session, const JsonObject& request) {
 
   std::string targetMode;
   if (auto front = frontmost(platform); front && front->pid == pid) {
-    targetMode =
-        readString(target(session.capture(), kDescribeTarget), "target_mode").value_or("");
+    targetMode = readString(target(session.capture(), kDescribeTarget), "target_mode").value_or("");
   }
 
   JsonObject enableResults;

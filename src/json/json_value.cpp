@@ -42,6 +42,8 @@ const JsonObject* readObject(const JsonObject& object, std::string_view key) {
   return v == nullptr ? nullptr : v->as<JsonObject>();
 }
 
-JsonObject errorAnswer(std::string message) { return JsonObject{{"error", std::move(message)}}; }
+JsonObject errorAnswer(std::string message) {
+  return JsonObject{{"error", std::move(message)}};
+}
 
 }  // namespace textport

@@ -34,7 +34,9 @@ struct JsonValue {
   JsonValue(JsonObject o) : data(std::move(o)) {}
 
   template <class T>
-  const T* as() const { return std::get_if<T>(&data); }
+  const T* as() const {
+    return std::get_if<T>(&data);
+  }
   friend bool operator==(const JsonValue&, const JsonValue&) = default;
 };
 

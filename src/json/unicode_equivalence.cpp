@@ -1,5 +1,6 @@
-// The utf8proc implementation. Builds without utf8proc (the macOS cross build) take the
-// Core Foundation one from the macOS backend instead.
+// One implementation on every platform, so the product compares strings with the same code
+// that the tests run: utf8proc's canonical decomposition (the system library, or utf8proc's own
+// sources compiled into the build where no library for the target exists).
 #include "json/unicode_equivalence.h"
 
 #include <utf8proc.h>

@@ -110,7 +110,9 @@ struct Value {
 
   bool isNothing() const { return std::holds_alternative<std::monostate>(data); }
   template <class T>
-  const T* as() const { return std::get_if<T>(&data); }
+  const T* as() const {
+    return std::get_if<T>(&data);
+  }
   bool isAXValue() const { return as<Point>() || as<Size>() || as<Rect>() || as<Range>(); }
 };
 
@@ -133,7 +135,8 @@ struct RunningApp {
 struct PasteboardRepresentation {
   std::string type;
   std::optional<Bytes> data;
-  friend bool operator==(const PasteboardRepresentation&, const PasteboardRepresentation&) = default;
+  friend bool operator==(const PasteboardRepresentation&,
+                         const PasteboardRepresentation&) = default;
 };
 using PasteboardItemReading = std::vector<PasteboardRepresentation>;
 
@@ -189,7 +192,8 @@ class Platform {
   // --- Workspace (AppKit) ---
   // The application the workspace calls frontmost (NSWorkspace frontmostApplication).
   virtual std::optional<RunningApp> frontmostApplication() = 0;
-  // The running application with this process identifier (runningApplicationWithProcessIdentifier:).
+  // The running application with this process identifier
+  // (runningApplicationWithProcessIdentifier:).
   virtual std::optional<RunningApp> runningApplication(Pid pid) = 0;
 
   // --- The general pasteboard (NSPasteboard) ---
