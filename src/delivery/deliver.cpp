@@ -78,7 +78,11 @@ std::optional<const char*> checkFreshTarget(Session& session, const CapturedTarg
 
 JsonObject deliver(Session& session, const JsonObject& request) {
   Platform& platform = session.platform;
-  if (!platform.isProcessTrusted()) return errorAnswer(msg::kAccessibilityRequired);
+  // Without the permission to post events the keystroke would be dropped without a word, and
+  // "paste_sent" would be a claim the system did not keep.
+  if (!platform.isProcessTrusted() || !platform.mayPostEvents()) {
+    return errorAnswer(msg::kAccessibilityRequired);
+  }
 
   const JsonObject* presented = readObject(request, "target");
   const std::optional<std::string> text = readString(request, "text");

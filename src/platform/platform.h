@@ -238,6 +238,9 @@ class Platform {
   // user holds (macOS: Command + V as a key-down and a key-up). False, and nothing posted, when
   // its events could not be made.
   virtual bool postPasteShortcut() = 0;
+  // Whether events this process posts reach the system (CGPreflightPostEventAccess); without
+  // this permission posting fails silently, so it is asked before anything is posted.
+  virtual bool mayPostEvents() = 0;
 
   // --- Time ---
   // Seconds on a monotonic clock.

@@ -118,6 +118,10 @@ void SimDesktop::fire(const SimAction& action) {
             happened("trusted", change.trusted ? "true" : "false");
             trusted_ = change.trusted;
           },
+          [&](const PostPermissionChange& change) {
+            happened("post_denied", change.denied ? "true" : "false");
+            input_.failures().postDenied = change.denied;
+          },
           [&](const AppCopyLands& copy) { landCopy(copy.pid); },
           [&](const AppPasteReads& paste) { readPaste(paste.pid); },
       },

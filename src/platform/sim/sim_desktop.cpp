@@ -173,7 +173,8 @@ void SimDesktop::setEventFlags(const Event& event, std::uint64_t flags) {
 
 void SimDesktop::postEvent(const Event& event) {
   const SimEvent* e = simEvent(event);
-  if (!e) return;
+  // Without the permission the system drops the event and says nothing.
+  if (!e || input_.failures().postDenied) return;
   PostedEvent posted = e->event;
   posted.time = clock_.now();
   press(posted, false);

@@ -120,6 +120,7 @@ class SimDesktop : public Platform {
   void setEventFlags(const Event& event, std::uint64_t flags) override;
   void postEvent(const Event& event) override;
   bool postPasteShortcut() override;
+  bool mayPostEvents() override { return !input_.failures().postDenied; }
 
   double now() override { return clock_.now(); }
   void sleep(double seconds) override;

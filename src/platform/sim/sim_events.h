@@ -38,6 +38,7 @@ struct EventFailures {
   std::optional<std::uint32_t> keyboardAfter;  // keyboard events fail after this many were made
   bool mouse = false;
   bool pointer = false;
+  bool postDenied = false;  // posting is not permitted: every posted event is dropped
 };
 
 class SimInput {

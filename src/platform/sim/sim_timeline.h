@@ -45,6 +45,9 @@ struct PasteboardChange {  // another program replaces the pasteboard's content
 struct TrustChange {
   bool trusted = true;
 };
+struct PostPermissionChange {  // the permission to post input events is taken or given
+  bool denied = false;
+};
 struct AppCopyLands {  // the application's copy reaches the pasteboard
   Pid pid = 0;
 };
@@ -54,7 +57,8 @@ struct AppPasteReads {  // the application reads the pasteboard for Command-V
 
 using SimAction =
     std::variant<KeyPress, Click, FocusMove, FrontmostSwitch, WindowSwitch, SelectionMove, TextEdit,
-                 PasteboardChange, TrustChange, AppCopyLands, AppPasteReads>;
+                 PasteboardChange, TrustChange, PostPermissionChange, AppCopyLands,
+                 AppPasteReads>;
 
 struct TimelineEntry {
   std::optional<double> at;                    // fires when virtual time reaches it

@@ -294,7 +294,8 @@ class WorldReader {
   void readEventFailures(const json& j, const std::string& path) {
     requireObject(
         j, path,
-        {"source_fails", "keyboard_fails", "keyboard_fails_after", "mouse_fails", "pointer_fails"});
+        {"source_fails", "keyboard_fails", "keyboard_fails_after", "mouse_fails", "pointer_fails",
+         "post_denied"});
     EventFailures& f = desktop_.input().failures();
     if (j.contains("source_fails"))
       f.source = readBool(j["source_fails"], at(path, "source_fails"));
@@ -307,6 +308,8 @@ class WorldReader {
     if (j.contains("mouse_fails")) f.mouse = readBool(j["mouse_fails"], at(path, "mouse_fails"));
     if (j.contains("pointer_fails"))
       f.pointer = readBool(j["pointer_fails"], at(path, "pointer_fails"));
+    if (j.contains("post_denied"))
+      f.postDenied = readBool(j["post_denied"], at(path, "post_denied"));
   }
 
   void checkReferences() const {

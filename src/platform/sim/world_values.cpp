@@ -248,7 +248,7 @@ TimelineEntry readTimelineEntry(const json& j, const std::string& path, const Si
                                 bool timeRequired) {
   requireObject(j, path,
                 {"at", "before_request", "key", "click", "focus", "frontmost", "focused_window",
-                 "select", "edit", "pasteboard", "trusted"});
+                 "select", "edit", "pasteboard", "trusted", "post_denied"});
   TimelineEntry entry;
   if (j.contains("at") && j.contains("before_request")) {
     fail(path, "give either \"at\" or \"before_request\", not both");
@@ -266,7 +266,7 @@ TimelineEntry readTimelineEntry(const json& j, const std::string& path, const Si
   if (actions != 1) {
     fail(path,
          "expected exactly one action (key, click, focus, frontmost, focused_window, "
-         "select, edit, pasteboard or trusted)");
+         "select, edit, pasteboard, trusted or post_denied)");
   }
   if (j.contains("key")) {
     const json& k = j["key"];
@@ -350,6 +350,8 @@ TimelineEntry readTimelineEntry(const json& j, const std::string& path, const Si
     entry.action = edit;
   } else if (j.contains("pasteboard")) {
     entry.action = PasteboardChange{readPasteboardItems(j["pasteboard"], at(path, "pasteboard"))};
+  } else if (j.contains("post_denied")) {
+    entry.action = PostPermissionChange{readBool(j["post_denied"], at(path, "post_denied"))};
   } else {
     entry.action = TrustChange{readBool(j["trusted"], at(path, "trusted"))};
   }
