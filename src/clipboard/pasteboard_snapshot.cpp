@@ -30,7 +30,16 @@ PasteboardSnapshot snapshotPasteboard(Platform& platform) {
 void restore(Platform& platform, const PasteboardSnapshot& snapshot) {
   platform.clearPasteboard();
   // Items without data are written too, so the pasteboard lists as many items as before.
-  if (!snapshot.items.empty()) platform.writePasteboardItems(snapshot.items);
+  if (snapshot.items.empty() || platform.writePasteboardItems(snapshot.items)) return;
+  // A platform may refuse an item without types, and with it the whole write: the items that
+  // carry data matter more than the count.
+  std::vector<PasteboardItem> withData;
+  for (const PasteboardItem& item : snapshot.items) {
+    if (!item.empty()) withData.push_back(item);
+  }
+  if (withData.size() == snapshot.items.size()) return;
+  platform.clearPasteboard();
+  if (!withData.empty()) platform.writePasteboardItems(withData);
 }
 
 }  // namespace textport

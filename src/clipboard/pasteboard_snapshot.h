@@ -21,7 +21,8 @@ struct PasteboardSnapshot {
 
 // Reads the whole general pasteboard.
 PasteboardSnapshot snapshotPasteboard(Platform& platform);
-// Clears the general pasteboard and writes the snapshot's items back in one write.
+// Clears the general pasteboard and writes the snapshot's items back in one write; when the
+// platform refuses that write, once more without the items that hold no data.
 void restore(Platform& platform, const PasteboardSnapshot& snapshot);
 
 }  // namespace textport
