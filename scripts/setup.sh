@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # Installs what textport needs to build and test: a C++20 compiler, CMake and Ninja, the JSON
 # parser, Unicode normalisation, GoogleTest and Google Benchmark (clang, lld and llvm for the
-# fuzz preset, python3 for the demo). Debian 12 / Ubuntu 24.04 or newer (CMake 3.25+); on macOS
-# it names the Homebrew packages instead.
+# fuzz preset, clang-format for the format check, python3 for the demo). Debian 12 / Ubuntu
+# 24.04 or newer (CMake 3.25+); on macOS it names the Homebrew packages instead.
 set -euo pipefail
 
 packages=(cmake ninja-build g++ nlohmann-json3-dev libutf8proc-dev libgtest-dev
-          libbenchmark-dev clang lld llvm python3)
+          libbenchmark-dev clang lld llvm clang-format python3)
 
 if [[ "$(uname -s)" == "Darwin" ]]; then
   echo "On macOS, install the dependencies with Homebrew (and Xcode's command line tools):"
