@@ -1,5 +1,5 @@
 // Input events (Quartz event services): activity counters, synthesised keyboard and mouse
-// events posted at the HID tap, and the paste shortcut.
+// events posted at the HID tap, the paste shortcut, and whether posted events are let through.
 #include <CoreGraphics/CoreGraphics.h>
 
 #include "platform/mac/cf_object.h"
@@ -79,6 +79,12 @@ bool MacPlatform::postPasteShortcut() {
   CGEventPost(kCGHIDEventTap, down.get());
   CGEventPost(kCGHIDEventTap, up.get());
   return true;
+}
+
+// Only asks, like isProcessTrusted: CGRequestPostEventAccess would show the system's prompt, and
+// textport never does; the parent application tells the user where to grant the permission.
+bool MacPlatform::mayPostEvents() {
+  return CGPreflightPostEventAccess();
 }
 
 }  // namespace textport::mac

@@ -55,6 +55,7 @@ class MacPlatform final : public Platform {
   void setEventFlags(const Event& event, std::uint64_t flags) override;
   void postEvent(const Event& event) override;
   bool postPasteShortcut() override;
+  bool mayPostEvents() override;
 
   // mac_time.mm
   double now() override;
