@@ -10,8 +10,10 @@
 
 namespace textport::mac {
 
-// UTF-8 text of a string; empty for a null string.
+// Text crosses the boundary through these two only (NSString by toll-free bridging).
+// The UTF-8 text of a whole string, a lone surrogate becoming U+FFFD; empty for a null string.
 std::string toUtf8(CFStringRef string);
+// The string of UTF-8 text, a leading byte order mark kept; null for bytes that are not UTF-8.
 CFHandle<CFStringRef> toCFString(const std::string& utf8);
 
 // An attribute value as the seam sees it; null becomes nothing.
