@@ -58,7 +58,10 @@ enable_language(OBJCXX)
 file(GLOB TEXTPORT_MAC_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/platform/mac/*.mm)
 add_library(textport_mac STATIC ${TEXTPORT_MAC_SOURCES})
 target_include_directories(textport_mac PUBLIC ${CMAKE_SOURCE_DIR}/src)
-target_compile_options(textport_mac PRIVATE -fobjc-arc)
+# The pasteboard code catches the exceptions NSPasteboard raises and carries on, so ARC must release
+# what a raising call held: -fobjc-arc-exceptions, which Objective-C++ has on by default, is named
+# so that this does not hang on a default.
+target_compile_options(textport_mac PRIVATE -fobjc-arc -fobjc-arc-exceptions)
 
 if(CMAKE_CROSSCOMPILING)
   # ld64.lld does not follow an umbrella framework's re-exports, so every framework the backend

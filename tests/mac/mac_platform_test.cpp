@@ -1,6 +1,7 @@
 // What the macOS backend does beyond the contract that every backend keeps: attribute values keep
 // their kind and content through the platform's objects, arguments that have no platform object
-// never reach the platform, and events are made (never posted here) without a source too.
+// never reach the platform, events are made (never posted here) without a source too, and a
+// pasteboard write that an item refuses leaves the pasteboard as it was.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -12,6 +13,7 @@
 #include <string>
 #include <type_traits>
 #include <variant>
+#include <vector>
 
 #include "platform/host_platform.h"
 #include "platform/mac/mac_values.h"
@@ -106,6 +108,49 @@ TEST_F(MacPlatformTest, EventsAreMadeWithoutASourceAndEmptyOnesAreLeftAlone) {
   platform().setEventType(none, EventType::keyUp);
   platform().setEventFlags(none, kEventFlagMaskCommand);
   platform().postEvent(none);
+}
+
+// Cases that write the pasteboard put the user's items back afterwards.
+class MacPasteboardTest : public MacPlatformTest {
+ protected:
+  void SetUp() override {
+    for (const PasteboardItemReading& reading : platform().pasteboardItems()) {
+      PasteboardItem& item = saved_.emplace_back();
+      for (const auto& representation : reading) {
+        if (representation.data) item.emplace_back(representation.type, *representation.data);
+      }
+    }
+  }
+  void TearDown() override {
+    platform().clearPasteboard();
+    if (!saved_.empty()) platform().writePasteboardItems(saved_);
+  }
+
+ private:
+  std::vector<PasteboardItem> saved_;
+};
+
+// A pasteboard item takes data under a UTI only; bytes that are not UTF-8 name no type at all.
+// Either way the write is refused whole, before any item of it reaches the pasteboard.
+TEST_F(MacPasteboardTest, AWriteWithATypeThatNoItemTakesIsRefusedWhole) {
+  const struct {
+    const char* name;
+    std::string type;
+  } rows[] = {
+      {"not a UTI", ""},
+      {"not UTF-8", "app.textport.\xFF"},
+  };
+  for (const auto& row : rows) {
+    platform().clearPasteboard();
+    const std::int64_t before = platform().pasteboardChangeCount();
+    const std::vector<PasteboardItem> items = {
+        {{kPlainTextType, Bytes{'a'}}},
+        {{kPlainTextType, Bytes{'b'}}, {row.type, Bytes{'c'}}},
+    };
+    EXPECT_FALSE(platform().writePasteboardItems(items)) << row.name;
+    EXPECT_EQ(platform().pasteboardChangeCount(), before) << row.name;
+    EXPECT_TRUE(platform().pasteboardItems().empty()) << row.name;
+  }
 }
 
 }  // namespace

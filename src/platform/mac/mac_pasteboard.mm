@@ -1,9 +1,22 @@
 // The general pasteboard (AppKit): items with their types and data, the change count, and the
 // writes that the clipboard code makes.
+//
+// NSPasteboard raises NSPasteboardCommunicationException when the pasteboard server fails for a
+// reason other than a timeout (a timeout gives nil or NO). Nothing above the backend expects an
+// Objective-C exception, and an uncaught one ends the process, so every pasteboard call is made
+// inside @try and a raised exception becomes the failure answer of its operation:
+//   pasteboardItems        an empty list (never a partial one)
+//   pasteboardChangeCount  the last change count this process read (0 before any)
+//   clearPasteboard        the change count as it stands, read as above
+//   setPasteboardString, setPasteboardData, writePasteboardItems   false
+//   pasteboardString, pasteboardData   nothing
+// What the raising call held is released on the way out: Objective-C++ compiles with
+// -fobjc-arc-exceptions (cmake/mac_backend.cmake).
 #import <AppKit/AppKit.h>
 
 #include <cstring>
 
+#include "platform/mac/cf_handle.h"
 #include "platform/mac/mac_platform.h"
 #include "platform/mac/mac_values.h"
 
@@ -14,10 +27,21 @@ NSPasteboard* general() {
   return [NSPasteboard generalPasteboard];
 }
 
+// Runs one exchange with the pasteboard; `failed` is the answer when the pasteboard raises.
+template <class T, class Call>
+T guarded(T failed, Call call) {
+  @try {
+    return call();
+  } @catch (NSException*) {
+    return failed;
+  }
+}
+
+// The backend's one UTF-8 conversion (toCFString), as an object that ARC owns; nil for bytes
+// that are not UTF-8.
 NSString* toNSString(const std::string& utf8) {
-  return [[NSString alloc] initWithBytes:utf8.data()
-                                  length:utf8.size()
-                                encoding:NSUTF8StringEncoding];
+  const CFHandle<CFStringRef> string = toCFString(utf8);
+  return string ? CFBridgingRelease(CFRetain(string.get())) : nil;
 }
 
 NSData* toNSData(const Bytes& bytes) {
@@ -34,74 +58,107 @@ Bytes toBytes(NSData* data) {
   }];
   return bytes;
 }
+
+// Reads one item's types, each with its data when the item gives any, into `reading`; false when
+// the pasteboard raised on the way.
+bool readItem(NSPasteboardItem* item, PasteboardItemReading& reading) {
+  return guarded(false, [&]() -> bool {
+    for (NSPasteboardType type in item.types) {
+      PasteboardRepresentation& representation = reading.emplace_back();
+      representation.type = toUtf8((__bridge CFStringRef)type);
+      if (NSData* data = [item dataForType:type]) representation.data = toBytes(data);
+    }
+    return true;
+  });
+}
 }  // namespace
 
 // Each item's data is released before the next item is read, so a pasteboard of several large
-// items is held only once, in our copy.
+// items is held only once, in our copy. The exception guard sits inside each item's pool, so a
+// raise leaves no pool open.
 std::vector<PasteboardItemReading> MacPlatform::pasteboardItems() {
   std::vector<PasteboardItemReading> items;
-  for (NSPasteboardItem* item in [general() pasteboardItems]) {
-    @autoreleasepool {
-      PasteboardItemReading& reading = items.emplace_back();
-      for (NSPasteboardType type in item.types) {
-        PasteboardRepresentation& representation = reading.emplace_back();
-        representation.type = toUtf8((__bridge CFStringRef)type);
-        if (NSData* data = [item dataForType:type]) representation.data = toBytes(data);
+  const bool read = guarded(false, [&]() -> bool {
+    for (NSPasteboardItem* item in [general() pasteboardItems]) {
+      @autoreleasepool {
+        if (!readItem(item, items.emplace_back())) return false;
       }
     }
-  }
+    return true;
+  });
+  if (!read) items.clear();
   return items;
 }
 
 std::int64_t MacPlatform::pasteboardChangeCount() {
-  return [general() changeCount];
+  lastChangeCount_ =
+      guarded(lastChangeCount_, [] { return static_cast<std::int64_t>([general() changeCount]); });
+  return lastChangeCount_;
 }
 
 std::int64_t MacPlatform::clearPasteboard() {
-  return [general() clearContents];
+  const auto count = guarded(std::optional<std::int64_t>(),
+                             [] { return std::optional<std::int64_t>([general() clearContents]); });
+  if (!count) return pasteboardChangeCount();
+  lastChangeCount_ = *count;
+  return *count;
 }
 
 bool MacPlatform::setPasteboardString(const std::string& text, const std::string& type) {
-  NSString* string = toNSString(text);
-  NSString* typeName = toNSString(type);
-  // Bytes that are not UTF-8 have no NSString; the write fails as the platform's would.
-  if (!string || !typeName) return false;
-  return [general() setString:string forType:typeName];
+  return guarded(false, [&]() -> bool {
+    NSString* string = toNSString(text);
+    NSString* typeName = toNSString(type);
+    // Bytes that are not UTF-8 have no NSString; the write fails as the platform's would.
+    if (!string || !typeName) return false;
+    return [general() setString:string forType:typeName];
+  });
 }
 
 bool MacPlatform::setPasteboardData(const Bytes& data, const std::string& type) {
-  NSString* typeName = toNSString(type);
-  if (!typeName) return false;
-  return [general() setData:toNSData(data) forType:typeName];
+  return guarded(false, [&]() -> bool {
+    NSString* typeName = toNSString(type);
+    if (!typeName) return false;
+    return [general() setData:toNSData(data) forType:typeName];
+  });
 }
 
 std::optional<std::string> MacPlatform::pasteboardString(const std::string& type) {
-  NSString* typeName = toNSString(type);
-  NSString* string = typeName ? [general() stringForType:typeName] : nil;
-  if (!string) return std::nullopt;
-  return toUtf8((__bridge CFStringRef)string);
+  return guarded(std::optional<std::string>(), [&]() -> std::optional<std::string> {
+    NSString* typeName = toNSString(type);
+    NSString* string = typeName ? [general() stringForType:typeName] : nil;
+    if (!string) return std::nullopt;
+    return toUtf8((__bridge CFStringRef)string);
+  });
 }
 
 std::optional<Bytes> MacPlatform::pasteboardData(const std::string& type) {
   @autoreleasepool {
-    NSString* typeName = toNSString(type);
-    NSData* data = typeName ? [general() dataForType:typeName] : nil;
-    if (!data) return std::nullopt;
-    return toBytes(data);
+    return guarded(std::optional<Bytes>(), [&]() -> std::optional<Bytes> {
+      NSString* typeName = toNSString(type);
+      NSData* data = typeName ? [general() dataForType:typeName] : nil;
+      if (!data) return std::nullopt;
+      return toBytes(data);
+    });
   }
 }
 
+// A pasteboard item takes data only under a UTI and refuses other types (setData:forType: gives
+// NO); whether writeObjects: takes an item without types is not documented. Every refusal makes
+// the write false, and an item that refuses one of its types stops it before anything reaches
+// the pasteboard, so a caller can retry without meeting half of its own write there.
 bool MacPlatform::writePasteboardItems(const std::vector<PasteboardItem>& items) {
-  NSMutableArray<NSPasteboardItem*>* objects = [NSMutableArray arrayWithCapacity:items.size()];
-  for (const PasteboardItem& pairs : items) {
-    NSPasteboardItem* item = [[NSPasteboardItem alloc] init];
-    for (const auto& [type, bytes] : pairs) {
-      NSString* typeName = toNSString(type);
-      if (typeName) [item setData:toNSData(bytes) forType:typeName];
+  return guarded(false, [&]() -> bool {
+    NSMutableArray<NSPasteboardItem*>* objects = [NSMutableArray arrayWithCapacity:items.size()];
+    for (const PasteboardItem& pairs : items) {
+      NSPasteboardItem* item = [[NSPasteboardItem alloc] init];
+      for (const auto& [type, bytes] : pairs) {
+        NSString* typeName = toNSString(type);
+        if (!typeName || ![item setData:toNSData(bytes) forType:typeName]) return false;
+      }
+      [objects addObject:item];
     }
-    [objects addObject:item];
-  }
-  return [general() writeObjects:objects];
+    return [general() writeObjects:objects];
+  });
 }
 
 }  // namespace textport::mac

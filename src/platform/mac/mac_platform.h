@@ -3,6 +3,7 @@
 // when and why to call belong to the core. The definitions are split by framework.
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "platform/platform.h"
@@ -68,6 +69,8 @@ class MacPlatform final : public Platform {
  private:
   // Autorelease pools opened by requestStarted, innermost last.
   std::vector<void*> pools_;
+  // The pasteboard's change count as last read, the answer when reading it raises.
+  std::int64_t lastChangeCount_ = 0;
 };
 
 }  // namespace textport::mac
