@@ -25,13 +25,26 @@ using nlohmann::json;
 
 const fs::path kRoot = fs::path(TEXTPORT_SOURCE_DIR) / "tests" / "scenarios";
 
-std::vector<fs::path> scenarioFiles() {
-  std::vector<fs::path> files;
-  for (const auto& entry : fs::recursive_directory_iterator(kRoot)) {
-    if (entry.is_regular_file() && entry.path().extension() == ".json")
-      files.push_back(entry.path());
+// A scenario file, printed (and so named in ctest) by its path under tests/scenarios/.
+struct ScenarioFile {
+  fs::path path;
+  friend void PrintTo(const ScenarioFile& file, std::ostream* out) {
+    std::string name = fs::relative(file.path, kRoot).replace_extension().string();
+    for (char& c : name) {
+      if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+    }
+    *out << name;
   }
-  std::sort(files.begin(), files.end());
+};
+
+std::vector<ScenarioFile> scenarioFiles() {
+  std::vector<ScenarioFile> files;
+  for (const auto& entry : fs::recursive_directory_iterator(kRoot)) {
+    if (entry.is_regular_file() && entry.path().extension() == ".json") {
+      files.push_back({entry.path()});
+    }
+  }
+  std::sort(files.begin(), files.end(), [](auto& a, auto& b) { return a.path < b.path; });
   return files;
 }
 
@@ -74,10 +87,10 @@ std::string difference(const json& expected, const json& actual, const std::stri
   return expected == actual ? "" : mismatch;
 }
 
-class Scenario : public testing::TestWithParam<fs::path> {};
+class Scenario : public testing::TestWithParam<ScenarioFile> {};
 
 TEST_P(Scenario, AnswersAndFinalStateAreAsListed) {
-  const fs::path file = GetParam();
+  const fs::path file = GetParam().path;
   json scenario;
   ASSERT_NO_THROW(scenario = json::parse(readFile(file))) << file;
   ASSERT_TRUE(scenario.is_object()) << file;
@@ -152,15 +165,7 @@ TEST_P(Scenario, AnswersAndFinalStateAreAsListed) {
   fs::remove_all(dir);
 }
 
-std::string scenarioName(const testing::TestParamInfo<fs::path>& info) {
-  std::string name = fs::relative(info.param, kRoot).replace_extension().string();
-  for (char& c : name) {
-    if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
-  }
-  return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Files, Scenario, testing::ValuesIn(scenarioFiles()), scenarioName);
+INSTANTIATE_TEST_SUITE_P(Files, Scenario, testing::ValuesIn(scenarioFiles()));
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(Scenario);
 
 }  // namespace
