@@ -1,7 +1,8 @@
 // Putting the user's pasteboard back when the platform refuses part of it.
+#include "clipboard/pasteboard_snapshot.h"
+
 #include <gtest/gtest.h>
 
-#include "clipboard/pasteboard_snapshot.h"
 #include "support/desk.h"
 
 namespace textport {
@@ -19,12 +20,12 @@ struct RefusesEmptyItems : sim::SimDesktop {
 
 TEST(Restore, AWriteRefusedForAnEmptyItemStillBringsBackEveryItemWithData) {
   RefusesEmptyItems desktop;
-  const PasteboardSnapshot saved{{{{kPlainTextType, {'a'}}, {"public.png", {0x89, 0x50}}},
-                                  {},
-                                  {{kPlainTextType, {'b'}}}}};
+  const PasteboardSnapshot saved{
+      {{{kPlainTextType, {'a'}}, {"public.png", {0x89, 0x50}}}, {}, {{kPlainTextType, {'b'}}}}};
   restore(desktop, saved);
-  EXPECT_EQ(testing::pasteboardText(desktop), "[public.utf8-plain-text=a;public.png=\x89P;]"
-                                              "[public.utf8-plain-text=b;]");
+  EXPECT_EQ(testing::pasteboardText(desktop),
+            "[public.utf8-plain-text=a;public.png=\x89P;]"
+            "[public.utf8-plain-text=b;]");
 }
 
 }  // namespace

@@ -175,8 +175,7 @@ TYPED_TEST_P(PlatformContract, UuidsAreFreshAndUpperCaseInFiveGroups) {
   EXPECT_NE(this->platform().newUuid(), first);
 }
 
-REGISTER_TYPED_TEST_SUITE_P(PlatformContract,
-                            PasteboardItemsComeBackInOrderWithTheirTypesAndBytes,
+REGISTER_TYPED_TEST_SUITE_P(PlatformContract, PasteboardItemsComeBackInOrderWithTheirTypesAndBytes,
                             StringsAndDataWrittenOnTheFirstItemRoundTrip,
                             ChangeCountRisesWhenThePasteboardIsClearedAndWrittenNotWhenRead,
                             ClockIsMonotonicAndWaitsLastAtLeastAsLongAsAsked,
