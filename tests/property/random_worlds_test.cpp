@@ -5,9 +5,8 @@
 // delivery never pastes after a change that its checks must catch.
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
-
 #include <cstdint>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <random>
 #include <sstream>
@@ -49,72 +48,71 @@ class Dice {
 };
 
 json randomPasteboard(Dice& dice) {
-  const std::vector<std::string> kTypes = {"public.utf8-plain-text", "public.png",
-                                                  "public.rtf", "com.example.private"};
+  const std::vector<std::string> kTypes = {"public.utf8-plain-text", "public.png", "public.rtf",
+                                           "com.example.private"};
   json items = json::array();
   for (int i = dice.upTo(3); i > 0; --i) {
-    json item = json::array();
+    json& item = items.emplace_back(json::array());
     for (int j = dice.upTo(3); j > 0; --j) {
       json representation{{"type", dice.pick(kTypes) + (dice.chance(0.3) ? ".x" : "")}};
-      switch (dice.upTo(3)) {
-        case 0: representation["text"] = dice.pick<std::string>({"", "clip", "多字节 ✓", "a/b"}); break;
-        case 1: {
-          std::string hex;
-          for (int k = dice.upTo(12); k > 0; --k) hex += dice.pick<std::string>({"00", "ff", "0a", "c3"});
-          representation["hex"] = hex;
-          break;
-        }
-        case 2: representation["lazy"] = true; break;
-        default: representation["text"] = std::string(static_cast<std::size_t>(dice.upTo(3000)), 'x');
+      const int kind = dice.upTo(3);
+      if (kind == 0) {
+        representation["text"] = dice.pick<std::string>({"", "clip", "多字节 ✓", "a/b"});
+      } else if (kind == 1) {
+        std::string hex;
+        for (int k = dice.upTo(12); k > 0; --k)
+          hex += dice.pick<std::string>({"00", "ff", "0a", "c3"});
+        representation["hex"] = hex;
+      } else if (kind == 2) {
+        representation["lazy"] = true;
+      } else {
+        representation["text"] = std::string(static_cast<std::size_t>(dice.upTo(3000)), 'x');
       }
       item.push_back(representation);
     }
-    items.push_back(item);
   }
   return items;
 }
 
+// An editor with a title and a body and a Copy item, and the chat application with its
+// composer; what the user and the applications do is drawn from the dice.
 json randomWorld(Dice& dice) {
+  json world = json::parse(R"({"timeline": [], "apps": [
+    {"pid": 501, "bundle": "com.apple.TextEdit", "name": "TextEdit", "tree": {"children": [
+      {"id": "doc", "frame": [0, 0, 800, 600], "window_number": 7, "children": [
+        {"id": "title", "role": "AXTextField", "value": "Title", "frame": [0, 0, 800, 20]},
+        {"id": "body", "role": "AXTextArea", "identifier": "body", "frame": [0, 20, 800, 580]}]}]},
+     "menu_bar": {"id": "menus", "children": [{"id": "edit", "role": "AXMenuBarItem", "children": [
+       {"id": "copy", "role": "AXMenuItem", "cmd_char": "c", "copies": true}]}]}},
+    {"pid": 600, "bundle": "com.tencent.xinWeChat", "name": "WeChat", "tree": {"children": [
+      {"id": "chat-window", "frame": [0, 0, 1000, 800], "window_number": 42, "children": [
+        {"id": "messages", "role": "AXList", "frame": [250, 0, 750, 560]},
+        {"id": "composer", "role": "AXTextArea", "frame": [260, 610, 730, 180]}]}]}}]})");
+  json& editor = world["apps"][0];
+  json& body = editor["tree"]["children"][0]["children"][1];
+  json& chat = world["apps"][1];
   const double copyDelay = dice.pick<double>({0, 0.05, 0.3, 0.64, 0.9});
-  const std::string body = dice.pick<std::string>({"hello world", "", "ünïcödé 😀 text"});
+  body["value"] = dice.pick<std::string>({"hello world", "", "ünïcödé 😀 text"});
   const std::string writes = dice.pick<std::string>({"selection", "text", "image", "nothing"});
-  json copy{{"writes", writes}, {"delay", copyDelay}, {"press_error", dice.chance(0.1) ? -25204 : 0}};
-  if (writes == "text") copy["text"] = "their copy";
-  json paste{{"read_delay", dice.pick<double>({0, 0.05, 0.2, 0.5})}};
-  json editor{
-      {"pid", kEditor}, {"bundle", "com.apple.TextEdit"}, {"name", "TextEdit"},
-      {"copy", copy}, {"paste", paste}, {"focused", dice.chance(0.8) ? "body" : "title"},
-      {"tree", {{"children", {{{"id", "doc"}, {"frame", {0, 0, 800, 600}}, {"window_number", 7},
-                               {"children", {{{"id", "title"}, {"role", "AXTextField"},
-                                              {"value", "Title"}, {"frame", {0, 0, 800, 20}}},
-                                             {{"id", "body"}, {"role", "AXTextArea"},
-                                              {"identifier", "body"}, {"value", body},
-                                              {"frame", {0, 20, 800, 580}}}}}}}}}},
-      {"menu_bar", {{"id", "menus"}, {"children", {{{"id", "edit"}, {"role", "AXMenuBarItem"},
-                     {"children", {{{"id", "copy"}, {"role", "AXMenuItem"}, {"cmd_char", "c"},
-                                    {"enabled", dice.chance(0.9)}, {"copies", true}}}}}}}}}};
-  if (dice.chance(0.3)) {
-    editor["tree"]["children"][0]["children"][1]["errors"] = {{"AXSelectedText", "attribute_unsupported"}};
-  }
-  json chat{
-      {"pid", kChat}, {"bundle", "com.tencent.xinWeChat"}, {"name", "WeChat"}, {"paste", paste},
-      {"focused", dice.chance(0.5) ? "messages" : "composer"},
-      {"accessibility", {{"tree_needs_switch", dice.chance(0.5)}}},
-      {"tree", {{"children", {{{"id", "chat-window"}, {"frame", {0, 0, 1000, 800}}, {"window_number", 42},
-                               {"children", {{{"id", "messages"}, {"role", "AXList"}, {"frame", {250, 0, 750, 560}}},
-                                             {{"id", "composer"}, {"role", "AXTextArea"},
-                                              {"frame", {260, 610, 730, 180}},
-                                              {"value", dice.chance(0.5) ? "" : "draft"}}}}}}}}}};
-  json timeline = json::array();
+  editor["copy"] = {
+      {"writes", writes}, {"delay", copyDelay}, {"press_error", dice.chance(0.1) ? -25204 : 0}};
+  if (writes == "text") editor["copy"]["text"] = "their copy";
+  editor["paste"] = chat["paste"] = {{"read_delay", dice.pick<double>({0, 0.05, 0.2, 0.5})}};
+  editor["focused"] = dice.chance(0.8) ? "body" : "title";
+  editor["menu_bar"]["children"][0]["children"][0]["enabled"] = dice.chance(0.9);
+  if (dice.chance(0.3)) body["errors"] = {{"AXSelectedText", "attribute_unsupported"}};
+  chat["focused"] = dice.chance(0.5) ? "messages" : "composer";
+  chat["accessibility"] = {{"tree_needs_switch", dice.chance(0.5)}};
+  chat["tree"]["children"][0]["children"][1]["value"] = dice.chance(0.5) ? "" : "draft";
   for (int i = dice.upTo(2); i > 0; --i) {
-    timeline.push_back({{"at", dice.upTo(40) / 10.0}, {"pasteboard", randomPasteboard(dice)}});
+    world["timeline"].push_back(
+        {{"at", dice.upTo(40) / 10.0}, {"pasteboard", randomPasteboard(dice)}});
   }
-  return json{{"frontmost", dice.chance(0.6) ? kEditor : kChat},
-              {"counters", {{"key_down", 4294967295u - static_cast<unsigned>(dice.upTo(2))},
-                            {"left_mouse_down", dice.upTo(5)}}},
-              {"pasteboard", randomPasteboard(dice)},
-              {"apps", {editor, chat}},
-              {"timeline", timeline}};
+  world["frontmost"] = dice.chance(0.6) ? kEditor : kChat;
+  world["counters"] = {{"key_down", 4294967295u - static_cast<unsigned>(dice.upTo(2))},
+                       {"left_mouse_down", dice.upTo(5)}};
+  world["pasteboard"] = randomPasteboard(dice);
+  return world;
 }
 
 // What the user could notice about a captured target; a delivery must refuse when it moved.
@@ -146,16 +144,17 @@ json randomChange(Dice& dice, const sim::SimDesktop& desktop) {
     if ((c & 0xC0) != 0x80) length += c >= 0xF0 ? 2 : 1;
   }
   const int location = dice.upTo(length);
-  switch (dice.upTo(7)) {
-    case 0: return {{"focus", dice.pick<std::string>({"title", "body", "composer", "messages"})}};
-    case 1: return {{"select", {{"element", "body"}, {"range", {location, dice.upTo(length - location)}}}}};
-    case 2: return {{"frontmost", dice.chance(0.5) ? kEditor : kChat}};
-    case 3: return {{"key", dice.pick<int>({0, 12, 49})}};
-    case 4: return {{"click", {{"button", "left"}}}};
-    case 5: return {{"pasteboard", randomPasteboard(dice)}};
-    case 6: return {{"trusted", dice.chance(0.7)}};
-    default: return {{"edit", {{"element", "body"}, {"value", "edited"}}}};
-  }
+  const int kind = dice.upTo(7);
+  if (kind == 0)
+    return {{"focus", dice.pick<std::string>({"title", "body", "composer", "messages"})}};
+  if (kind == 1)
+    return {{"select", {{"element", "body"}, {"range", {location, dice.upTo(length - location)}}}}};
+  if (kind == 2) return {{"frontmost", dice.chance(0.5) ? kEditor : kChat}};
+  if (kind == 3) return {{"key", dice.pick<int>({0, 12, 49})}};
+  if (kind == 4) return {{"click", {{"button", "left"}}}};
+  if (kind == 5) return {{"pasteboard", randomPasteboard(dice)}};
+  if (kind == 6) return {{"trusted", dice.chance(0.7)}};
+  return {{"edit", {{"element", "body"}, {"value", "edited"}}}};
 }
 
 // Runs one seed; the failure message names it so that it can be replayed.
@@ -188,7 +187,9 @@ void runSeed(std::uint64_t seed) {
       json presented = used->answer;
       if (dice.chance(0.1)) presented["offset"] = presented.value("offset", 0) + 1;
       const std::uint32_t typed = desktop.counter(EventType::keyDown) - used->view.keys;
-      request = {{"action", "deliver"}, {"target", presented}, {"text", "result ✓ /"},
+      request = {{"action", "deliver"},
+                 {"target", presented},
+                 {"text", "result ✓ /"},
                  {"allowed_key_events", dice.chance(0.8) ? typed : typed + 1}};
       budget = kDeliverBudget;
     } else if (kind == 7) {
