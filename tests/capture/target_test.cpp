@@ -67,11 +67,6 @@ JsonObject capture(const Row& row) {
   return answer;
 }
 
-std::string traced(const Row& row) {
-  return (row.world.front() == '{' ? std::string("inline world") : row.world) + " " +
-         wire({{"selection", row.selection}});
-}
-
 TEST(Target, AnswersOneDesktopOfEachFamilyByteForByte) {
   const Row families[] = {
       {"editor.json",  // a focused field with its selection
@@ -85,7 +80,7 @@ TEST(Target, AnswersOneDesktopOfEachFamilyByteForByte) {
       {"{}", "{}"},  // no frontmost application
   };
   for (const Row& row : families) {
-    SCOPED_TRACE(traced(row));
+    SCOPED_TRACE(row.world);
     EXPECT_EQ(wire(capture(row)), row.keys);
   }
 }
@@ -133,7 +128,8 @@ TEST(Target, EachDesktopAnswersWithTheKeysThatSetItApart) {
       {"slow.json", unavailable},
   };
   for (const Row& row : rows) {
-    SCOPED_TRACE(traced(row) + " " + row.keys);
+    SCOPED_TRACE(row.world.substr(0, 60) + " " + wire({{"selection", row.selection}}) + " " +
+                 row.keys);
     const JsonObject answer = capture(row);
     const std::optional<JsonValue> keys = parseJson(row.keys);
     ASSERT_TRUE(keys && keys->as<JsonObject>());

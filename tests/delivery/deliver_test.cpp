@@ -75,7 +75,9 @@ void patch(JsonObject& request, std::string field, const JsonValue& value) {
 }
 
 // Each focused case would also fail every later check, so the message shows which check ran
-// first; the conversation cases are refused before anything is staged.
+// first; the conversation cases are refused before anything is staged. A delivery without the
+// permission is refused first of all, keeping its token, as the untrusted and revoked-permission
+// scenario files show.
 TEST(Deliver, RefusesAtTheFirstCheckThatFailsAndTouchesNothing) {
   const struct {
     const char* rule;
@@ -86,8 +88,6 @@ TEST(Deliver, RefusesAtTheFirstCheckThatFailsAndTouchesNothing) {
     bool tokenSpent;
     std::string world = kEditor;
   } refusals[] = {
-      {"without the permission nothing is read, not even the text", R"("trusted": false)", "text",
-       nullptr, msg::kAccessibilityRequired, false},
       {"a missing text keeps the token", nullptr, "text", nullptr, msg::kMissingTarget, false},
       {"a mistyped text counts as missing", nullptr, "text", 5, msg::kMissingTarget, false},
       {"a target that is no object", nullptr, "target", "x", msg::kMissingTarget, false},
