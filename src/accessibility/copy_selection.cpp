@@ -60,10 +60,19 @@ std::optional<std::string> copySelection(Platform& platform, const Element& appl
   PasteboardSnapshot saved = snapshotPasteboard(platform);
   if (saved.size() > kMaxSavedPasteboardBytes) return std::nullopt;
   std::int64_t before = platform.pasteboardChangeCount();
-  if (platform.performAction(*item, "AXPress") != kAXErrorSuccess) return std::nullopt;
+  // A press that timed out may still be performed when the application gets to it, so it is
+  // waited for like one that succeeded.
+  const AXError pressed = platform.performAction(*item, "AXPress");
+  if (pressed != kAXErrorSuccess && pressed != kAXErrorCannotComplete) return std::nullopt;
 
+  // An application's Copy clears the pasteboard (which raises the change count) before its
+  // data is there, so the copy has landed once the count moved and plain text can be read.
+  const auto landed = [&] {
+    return platform.pasteboardChangeCount() != before &&
+           platform.pasteboardString(kPlainTextType).has_value();
+  };
   double deadline = platform.now() + kCopyWait;
-  while (platform.pasteboardChangeCount() == before) {
+  while (!landed()) {
     if (!(platform.now() < deadline)) break;
     platform.sleep(kCopyPollInterval);
   }

@@ -199,7 +199,8 @@ class Platform {
   // --- The general pasteboard (NSPasteboard) ---
   // Every item with its types and their data; empty when the pasteboard lists no items.
   virtual std::vector<PasteboardItemReading> pasteboardItems() = 0;
-  // Raised by every change of the pasteboard's content, by anyone (changeCount).
+  // Rises whenever anyone takes the pasteboard over by clearing it; the writes that follow a
+  // clear need not raise it again, and reading never does (changeCount).
   virtual std::int64_t pasteboardChangeCount() = 0;
   // Empties the pasteboard and returns the new change count (clearContents).
   virtual std::int64_t clearPasteboard() = 0;
@@ -207,9 +208,9 @@ class Platform {
   virtual bool setPasteboardString(const std::string& text, const std::string& type) = 0;
   // Writes bytes under a type on the first item, creating it if needed (setData:forType:).
   virtual bool setPasteboardData(const Bytes& data, const std::string& type) = 0;
-  // The first item's text for a type, or nothing (stringForType:).
+  // The text of the first item that lists the type, or nothing (stringForType:).
   virtual std::optional<std::string> pasteboardString(const std::string& type) = 0;
-  // The first item's data for a type, or nothing (dataForType:).
+  // The data of the first item that lists the type, or nothing (dataForType:).
   virtual std::optional<Bytes> pasteboardData(const std::string& type) = 0;
   // Adds new items, each built from its pairs in order, in one write (writeObjects:).
   virtual bool writePasteboardItems(const std::vector<PasteboardItem>& items) = 0;

@@ -72,10 +72,12 @@ TYPED_TEST_P(PlatformContract, PasteboardItemsComeBackInOrderWithTheirTypesAndBy
           << "item " << i << " type " << j;
     }
   }
-  // Strings and data are read from the first item.
+  // Strings and data are read from the first item that lists the type.
   EXPECT_EQ(this->platform().pasteboardString(kPlainTextType), "first");
   EXPECT_EQ(this->platform().pasteboardData(kPrivateType), kBinary);
   EXPECT_EQ(this->platform().pasteboardString("app.textport.test-absent"), std::nullopt);
+  this->roundTrip({{{kPrivateType, kBinary}}, {{kPlainTextType, Bytes{'t', 'w', 'o'}}}});
+  EXPECT_EQ(this->platform().pasteboardString(kPlainTextType), "two");
 }
 
 TYPED_TEST_P(PlatformContract, StringsAndDataWrittenOnTheFirstItemRoundTrip) {

@@ -137,21 +137,48 @@ TEST(SimAccessibility, RequestCostsItsLatencyOrExactlyTheTimeoutInForce) {
 }
 
 // Copies of other kinds are proven by the capture tests' copy worlds.
-TEST(SimPasteboard, ALazyTypeIsListedWithoutDataAndACopyLandsAfterItsDelay) {
-  auto lazy = loadWorld(R"({"pasteboard": [[{"type": "promise", "lazy": true}]]})");
-  EXPECT_EQ(pasteboardText(*lazy), "[promise=;]");
-  EXPECT_FALSE(lazy->pasteboardItems()[0][0].data);
-  EXPECT_FALSE(lazy->pasteboardData("promise"));
+TEST(SimPasteboard, OnlyAClearRaisesTheCountAndReadsFindTheFirstItemListingTheType) {
+  auto sim = loadWorld(R"({"pasteboard": [[{"type": "promise", "lazy": true}],
+      [{"type": "public.utf8-plain-text", "text": "second"}]], "pasteboard_change_count": 7})");
+  EXPECT_EQ(pasteboardText(*sim), "[promise=;][public.utf8-plain-text=second;]");
+  EXPECT_FALSE(sim->pasteboardData("promise"));  // a promise lists itself but gives nothing
+  EXPECT_EQ(sim->pasteboardString(kPlainTextType), "second");
+  EXPECT_EQ(sim->clearPasteboard(), 8);
+  sim->setPasteboardString("text", kPlainTextType);
+  sim->writePasteboardItems({{{"a", {'3'}}}});
+  EXPECT_EQ(sim->changeCount(), 8);
+}
 
-  auto sim = loadWorld(oneField(R"("copy": {"writes": "selection", "delay": 0.1},)"));
-  EXPECT_EQ(sim->performAction(node("copy"), "AXPress"), kAXErrorSuccess);
-  sim->sleep(0.09);
-  EXPECT_EQ(sim->changeCount(), 0);
-  sim->sleep(0.015);
-  EXPECT_EQ(sim->changeCount(), 2);  // a write clears first, then sets
-  EXPECT_EQ(pasteboardText(*sim), "[public.utf8-plain-text=world;]");
-  EXPECT_EQ(sim->record().writesBy("app_copy"), 1u);
-  EXPECT_DOUBLE_EQ(sim->record().pasteboardWrites.back().time, 0.1);
+TEST(SimCopyBehaviours, ACopyLandsAfterItsDelayInOneOrTwoStepsEvenAfterATimedOutPress) {
+  struct Case {
+    const char* behaviour;
+    const char* app;          // spliced into the application
+    AXError press;            // what the press answers (its timeout is 0.1 s)
+    double cleared, written;  // when the pasteboard is cleared, when the text is there
+  };
+  const Case cases[] = {
+      {"at once", R"("copy": {"delay": 0.1},)", kAXErrorSuccess, 0.1, 0.1},
+      {"clear first", R"("copy": {"delay": 0.1, "data_after_clear": 0.2},)", kAXErrorSuccess, 0.1,
+       0.3},
+      {"after a timed-out press", R"("action_latency": 0.25, "late_actions_happen": true,
+        "copy": {"delay": 0.1},)",
+       kAXErrorCannotComplete, 0.35, 0.35},
+  };
+  for (const Case& c : cases) {
+    auto sim = loadWorld(oneField(c.app));
+    const Element copy = node("copy");
+    sim->setMessagingTimeout(copy, 0.1f);
+    EXPECT_EQ(sim->performAction(copy, "AXPress"), c.press) << c.behaviour;
+    sim->sleep(c.cleared - sim->time() - 0.005);
+    EXPECT_EQ(sim->changeCount(), 0) << c.behaviour;
+    sim->sleep(0.01);
+    EXPECT_EQ(sim->changeCount(), 1) << c.behaviour;
+    EXPECT_EQ(sim->pasteboardString(kPlainTextType).has_value(), c.written == c.cleared)
+        << c.behaviour;
+    sim->sleep(c.written - sim->time() + 0.005);
+    EXPECT_EQ(pasteboardText(*sim), "[public.utf8-plain-text=world;]") << c.behaviour;
+    EXPECT_EQ(sim->changeCount(), 1) << c.behaviour;
+  }
 }
 
 TEST(SimInput, OnlyPressesMoveThePressCountersAndEventsFailWhereTheWorldSaysSo) {

@@ -111,6 +111,9 @@ SimDesktop::Request SimDesktop::beginRequest(const Element& element, const char*
     const bool hung =
         (e.kind != ElementKind::systemWide || name == "AXFocusedUIElement") && hungFor(e);
     double cost = hung ? std::numeric_limits<double>::infinity() : latencyOf(e);
+    if (const SimApp* app = world_.app(e.pid); app && std::string_view(operation) == "action") {
+      cost += app->actionLatency;
+    }
     if (e.kind == ElementKind::systemWide && name == "AXFocusedUIElement") {
       // Answered by the frontmost application, so it is as slow as that application.
       const SimApp* front = frontmost_ ? world_.app(*frontmost_) : nullptr;
@@ -119,6 +122,7 @@ SimDesktop::Request SimDesktop::beginRequest(const Element& element, const char*
     if (cost > timeout) {
       advance(timeout);  // the caller waits exactly the timeout, then gives up
       request.admitted = kAXErrorCannotComplete;
+      if (!hung) request.lateBy = cost - timeout;
     } else {
       advance(cost);
     }
@@ -166,6 +170,10 @@ AXError SimDesktop::performAction(const Element& element, const std::string& act
   const Request request = beginRequest(element, "action", action);
   AXError result = request.admitted;
   if (result == kAXErrorSuccess) result = act(*request.element, action);
+  const SimApp* app = request.element ? world_.app(request.element->pid) : nullptr;
+  if (request.lateBy > 0 && app && app->lateActionsHappen) {
+    timeline_.add({clock_.now() + request.lateBy, std::nullopt, LateAction{element, action}});
+  }
   finishRequest(request, result);
   return result;
 }

@@ -123,6 +123,17 @@ void SimDesktop::fire(const SimAction& action) {
             input_.failures().postDenied = change.denied;
           },
           [&](const AppCopyLands& copy) { landCopy(copy.pid); },
+          [&](const AppCopyData& copy) {
+            happened("app_copy_data", copy.type);
+            pasteboard_.setData(copy.type, copy.data);
+            recordWrite("app_copy", "write");
+          },
+          [&](const LateAction& late) {
+            if (const SimElement* element = simElement(late.element)) {
+              happened("late_action", late.action);
+              act(*element, late.action);
+            }
+          },
           [&](const AppPasteReads& paste) { readPaste(paste.pid); },
       },
       action);
@@ -132,6 +143,18 @@ void SimDesktop::landCopy(Pid pid) {
   const SimApp* app = world_.app(pid);
   if (!app) return;
   const CopyBehaviour copy = app->copy.value_or(CopyBehaviour{});
+  // Clears the pasteboard and writes the data, at once or in two steps.
+  const auto write = [&](const std::string& type, Bytes data) {
+    pasteboard_.clear();
+    if (copy.dataAfterClear > 0) {
+      recordWrite("app_copy", "clear");
+      timeline_.add(
+          {clock_.now() + copy.dataAfterClear, std::nullopt, AppCopyData{type, std::move(data)}});
+      return;
+    }
+    pasteboard_.setData(type, std::move(data));
+    recordWrite("app_copy", "write");
+  };
   std::optional<Bytes> text;
   switch (copy.writes) {
     case CopyBehaviour::Writes::selection: {
@@ -146,9 +169,7 @@ void SimDesktop::landCopy(Pid pid) {
       break;
     case CopyBehaviour::Writes::image:
       happened("app_copy", "image");
-      pasteboard_.clear();
-      pasteboard_.setData(kImageType, kImageBytes);
-      recordWrite("app_copy", "write");
+      write(kImageType, kImageBytes);
       return;
     case CopyBehaviour::Writes::nothing:
       break;
@@ -158,9 +179,7 @@ void SimDesktop::landCopy(Pid pid) {
     return;
   }
   happened("app_copy", toString(*text));
-  pasteboard_.clear();
-  pasteboard_.setData(kPlainTextType, *text);
-  recordWrite("app_copy", "write");
+  write(kPlainTextType, std::move(*text));
 }
 
 void SimDesktop::readPaste(Pid pid) {

@@ -141,6 +141,7 @@ class SimDesktop : public Platform {
     AXError admitted = kAXErrorSuccess;  // not success: the request failed with this
     std::size_t recordIndex = 0;
     bool recorded = false;  // whether the record kept an entry for it (at recordIndex)
+    double lateBy = 0;      // timed out this long before the application would have answered
   };
   Request beginRequest(const Element& element, const char* operation, const std::string& name);
   void finishRequest(const Request& request, AXError result);

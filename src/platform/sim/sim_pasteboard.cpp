@@ -15,7 +15,6 @@ std::int64_t SimPasteboard::clear() {
 void SimPasteboard::setData(const std::string& type, Bytes data) {
   if (items_.empty()) items_.emplace_back();
   SimItem& first = items_.front();
-  ++changeCount_;
   for (auto& representation : first) {
     if (representation.type == type) {
       representation.data = std::move(data);
@@ -27,13 +26,13 @@ void SimPasteboard::setData(const std::string& type, Bytes data) {
 
 void SimPasteboard::write(std::vector<SimItem> items) {
   for (auto& item : items) items_.push_back(std::move(item));
-  ++changeCount_;
 }
 
 std::optional<Bytes> SimPasteboard::data(const std::string& type) const {
-  if (items_.empty()) return std::nullopt;
-  for (const auto& representation : items_.front()) {
-    if (representation.type == type) return representation.data;
+  for (const SimItem& item : items_) {
+    for (const auto& representation : item) {
+      if (representation.type == type) return representation.data;
+    }
   }
   return std::nullopt;
 }

@@ -1,5 +1,6 @@
 // The simulated general pasteboard: ordered items of (type, data) and a change count that
-// every change raises, whoever makes it.
+// rises when the pasteboard changes hands, as the platform's does: each clear, by anyone, raises
+// it; the writes that follow a clear do not.
 #pragma once
 
 #include <cstdint>
@@ -21,14 +22,15 @@ class SimPasteboard {
   // Replaces the content without counting a change (world loading only).
   void load(std::vector<SimItem> items, std::int64_t changeCount);
 
-  // Each of these is one change.
+  // Empties the pasteboard and takes it over: the one operation that raises the change count.
   std::int64_t clear();
   // Writes a type on the first item (replacing that type's data), creating the item if needed.
   void setData(const std::string& type, Bytes data);
   // Adds items after the existing ones.
   void write(std::vector<SimItem> items);
 
-  // The first item's data for a type; nothing without an item, the type, or data for it.
+  // The data of the first item that lists the type; nothing when no item lists it or that
+  // item gives no data for it.
   std::optional<Bytes> data(const std::string& type) const;
   // Sum of the byte lengths of all data.
   std::size_t size() const;

@@ -51,14 +51,22 @@ struct PostPermissionChange {  // the permission to post input events is taken o
 struct AppCopyLands {  // the application's copy reaches the pasteboard
   Pid pid = 0;
 };
+struct AppCopyData {  // the data of a copy that cleared the pasteboard first
+  std::string type;
+  Bytes data;
+};
+struct LateAction {  // an action whose request timed out, performed after all
+  Element element;
+  std::string action;
+};
 struct AppPasteReads {  // the application reads the pasteboard for Command-V
   Pid pid = 0;
 };
 
 using SimAction =
     std::variant<KeyPress, Click, FocusMove, FrontmostSwitch, WindowSwitch, SelectionMove, TextEdit,
-                 PasteboardChange, TrustChange, PostPermissionChange, AppCopyLands,
-                 AppPasteReads>;
+                 PasteboardChange, TrustChange, PostPermissionChange, AppCopyLands, AppCopyData,
+                 LateAction, AppPasteReads>;
 
 struct TimelineEntry {
   std::optional<double> at;                    // fires when virtual time reaches it

@@ -49,6 +49,9 @@ struct CopyBehaviour {
   Writes writes = Writes::selection;
   std::string text;  // for Writes::text
   double delay = 0;
+  // Seconds between the application's clear of the pasteboard and its data arriving; 0 writes
+  // both at once.
+  double dataAfterClear = 0;
   AXError pressError = kAXErrorSuccess;
 };
 
@@ -63,6 +66,10 @@ struct SimApp {
   std::optional<std::string> name;
   double latency = 0;
   bool hung = false;  // never answers: every request costs the timeout in force
+  // An action whose request timed out is still performed once the application gets to it,
+  // as the platform warns it may be (a timeout does not mean the action failed).
+  bool lateActionsHappen = false;
+  double actionLatency = 0;  // added to the latency of every action request
   std::optional<CopyBehaviour> copy;
   std::optional<PasteBehaviour> paste;
   std::vector<std::string> windows;  // top-level node ids, in order

@@ -60,9 +60,10 @@ class WorldReader {
   }
 
   void readApp(const json& j, const std::string& path) {
-    requireObject(j, path,
-                  {"pid", "bundle", "name", "latency", "hung", "copy", "paste", "accessibility",
-                   "focused", "focused_window", "tree", "menu_bar"});
+    requireObject(
+        j, path,
+        {"pid", "bundle", "name", "latency", "action_latency", "hung", "late_actions_happen",
+         "copy", "paste", "accessibility", "focused", "focused_window", "tree", "menu_bar"});
     if (!j.contains("pid")) fail(path, "missing \"pid\"");
     SimApp app;
     app.pid = readPid(j["pid"], at(path, "pid"));
@@ -72,6 +73,12 @@ class WorldReader {
     if (j.contains("name")) app.name = readString(j["name"], at(path, "name"));
     if (j.contains("latency")) app.latency = readDuration(j["latency"], at(path, "latency"));
     if (j.contains("hung")) app.hung = readBool(j["hung"], at(path, "hung"));
+    if (j.contains("action_latency")) {
+      app.actionLatency = readDuration(j["action_latency"], at(path, "action_latency"));
+    }
+    if (j.contains("late_actions_happen")) {
+      app.lateActionsHappen = readBool(j["late_actions_happen"], at(path, "late_actions_happen"));
+    }
     if (j.contains("copy")) app.copy = readCopy(j["copy"], at(path, "copy"));
     if (j.contains("paste")) {
       const std::string p = at(path, "paste");
@@ -128,7 +135,7 @@ class WorldReader {
   }
 
   CopyBehaviour readCopy(const json& j, const std::string& path) {
-    requireObject(j, path, {"writes", "text", "delay", "press_error"});
+    requireObject(j, path, {"writes", "text", "delay", "data_after_clear", "press_error"});
     CopyBehaviour copy;
     if (j.contains("writes")) {
       const std::string writes = readString(j["writes"], at(path, "writes"));
@@ -151,6 +158,9 @@ class WorldReader {
       fail(path, "missing \"text\"");
     }
     if (j.contains("delay")) copy.delay = readDuration(j["delay"], at(path, "delay"));
+    if (j.contains("data_after_clear")) {
+      copy.dataAfterClear = readDuration(j["data_after_clear"], at(path, "data_after_clear"));
+    }
     if (j.contains("press_error"))
       copy.pressError = readErrorCode(j["press_error"], at(path, "press_error"));
     return copy;
@@ -292,10 +302,9 @@ class WorldReader {
   }
 
   void readEventFailures(const json& j, const std::string& path) {
-    requireObject(
-        j, path,
-        {"source_fails", "keyboard_fails", "keyboard_fails_after", "mouse_fails", "pointer_fails",
-         "post_denied"});
+    requireObject(j, path,
+                  {"source_fails", "keyboard_fails", "keyboard_fails_after", "mouse_fails",
+                   "pointer_fails", "post_denied"});
     EventFailures& f = desktop_.input().failures();
     if (j.contains("source_fails"))
       f.source = readBool(j["source_fails"], at(path, "source_fails"));
