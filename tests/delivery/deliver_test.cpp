@@ -160,6 +160,9 @@ TEST(Deliver, ComposerNeedsExactlyTheAllowedKeyPressesAndTakesTheFocusBack) {
               c.pasted ? kPasteSent : errorAnswer(msg::kConversationContextChanged));
     EXPECT_EQ(desk.sim().fieldValue("composer"), c.pasted ? "drafthi" : "draft");
     if (!c.pasted) expectDesktopUntouched(desk);
+    // The composer gets 0.04 s to take the focus before anything else is looked at.
+    const auto& waits = desk.sim().record().waits;
+    EXPECT_EQ(waits.empty() ? 0.0 : waits.front().seconds, c.pasted ? 0.04 : 0.0);
   }
 }
 
