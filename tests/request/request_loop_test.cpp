@@ -47,30 +47,25 @@ TEST(RequestLoop, AnswersBytesNoScenarioCanHold) {
   }
 }
 
-// The middle line is empty and the last one has no line feed.
-TEST(RequestLoop, AnswersAndOpensARequestScopeForEveryLineAndSelfTestTouchesNothing) {
-  testing::Desk desk("{}", {"textport", "--daemon"});
-  EXPECT_EQ(serveOn(desk, "{\"action\":\"self_test\"}\n\n{}"),
-            kSelfTest + kInvalid + "{\"error\":\"unknown action\"}\n");
-  EXPECT_EQ(desk.sim().requestsStarted(), 3u);
-  EXPECT_TRUE(desk.sim().record().requests.empty());
-  EXPECT_EQ(desk.sim().changeCount(), 0);
-}
-
 // A desktop whose permission check fails in a way no rule foresees.
 struct ThrowingDesktop : sim::SimDesktop {
   bool isProcessTrusted() override { throw std::runtime_error("the desktop went away"); }
 };
 
-TEST(RequestLoop, AnExceptionInAnActionIsAnAnswerAndTheLoopGoesOnWithBalancedScopes) {
+// Every line is answered inside a request scope of its own, also the empty middle line, the last
+// one without a line feed and one whose action throws; the self test touches nothing.
+TEST(RequestLoop, AnswersEveryLineInABalancedScopeAndGoesOnAfterAnException) {
   ThrowingDesktop desktop;
   Session session(desktop, {"textport", "--daemon"});
-  std::istringstream in("{\"action\":\"permissions\"}\n{\"action\":\"self_test\"}\n");
+  std::istringstream in("{\"action\":\"permissions\"}\n{\"action\":\"self_test\"}\n\n{}");
   std::ostringstream out;
   serve(in, out, session);
-  EXPECT_EQ(out.str(), "{\"error\":\"internal error\"}\n" + kSelfTest);
-  EXPECT_EQ(desktop.requestsStarted(), 2u);
-  EXPECT_EQ(desktop.requestsEnded(), 2u);
+  EXPECT_EQ(out.str(), "{\"error\":\"internal error\"}\n" + kSelfTest + kInvalid +
+                           "{\"error\":\"unknown action\"}\n");
+  EXPECT_EQ(desktop.requestsStarted(), 4u);
+  EXPECT_EQ(desktop.requestsEnded(), 4u);
+  EXPECT_TRUE(desktop.record().requests.empty());
+  EXPECT_EQ(desktop.changeCount(), 0);
 }
 
 }  // namespace
