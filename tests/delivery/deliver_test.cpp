@@ -116,6 +116,11 @@ TEST(Deliver, RefusesAtTheFirstCheckThatFailsAndTouchesNothing) {
        R"("select": {"element": "composer", "range": [0, 4]})", nullptr, nullptr,
        msg::kReviewSelectedInput, true,
        chatComposer(R"("attributes": {"AXSelectedText": {"nothing": true}},)")},
+      {"so does a selection its range does not show",
+       R"("select": {"element": "composer", "range": [0, 4]})", nullptr, nullptr,
+       msg::kReviewSelectedInput, true,
+       chatComposer(
+           R"("text_marker": true, "attributes": {"AXSelectedTextRange": {"range": [5, 0]}},)")},
   };
   for (const auto& refusal : refusals) {
     SCOPED_TRACE(refusal.rule);
