@@ -15,7 +15,7 @@ using testing::pasteboardText;
 
 constexpr Pid kTerminal = 503;
 
-const std::string kCopyRoute = testing::sourceFile("tests/worlds/copy_route.json");
+const std::string kCopyRoute = testing::worldFile("copy_route.json");
 
 std::optional<std::string> copyFrom(Desk& desk, std::optional<std::int64_t> length = {}) {
   Element application = applicationElement(desk.sim(), kTerminal, kApplicationTimeout);
@@ -24,10 +24,6 @@ std::optional<std::string> copyFrom(Desk& desk, std::optional<std::int64_t> leng
 
 std::size_t presses(const Desk& desk) {
   return desk.desktop->record().count("action", "AXPress");
-}
-
-void setPasteboard(Desk& desk, std::vector<sim::SimItem> items) {
-  desk.sim().pasteboard().load(std::move(items), 100);
 }
 
 // A pasteboard of more than 10 MiB cannot be saved, so nothing is copied over it.
@@ -55,7 +51,7 @@ TEST(CopySelection, ReturnsTheCopiedTextAndRestoresEveryItemAndTypeOfUpToTenMebi
   };
   for (const Case& c : cases) {
     Desk desk(kCopyRoute);
-    setPasteboard(desk, c.before);
+    desk.sim().pasteboard().load(c.before, 100);
     EXPECT_EQ(copyFrom(desk), c.text);
     EXPECT_EQ(presses(desk), c.text ? 1u : 0u);
     EXPECT_TRUE(desk.sim().pasteboardContents() == c.after) << pasteboardText(desk.sim()).size();

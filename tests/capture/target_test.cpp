@@ -11,10 +11,7 @@ namespace {
 
 using testing::Desk;
 using testing::wire;
-
-std::string worldFile(const std::string& name) {
-  return testing::sourceFile("tests/worlds/" + name);
-}
+using testing::worldFile;
 
 std::string accents(std::size_t count) {
   std::string text;

@@ -20,10 +20,7 @@ namespace {
 namespace msg = delivery_messages;
 using testing::Desk;
 using testing::pasteboardText;
-
-std::string worldFile(const std::string& name) {
-  return testing::sourceFile("tests/worlds/" + name);
-}
+using testing::worldFile;
 
 // The editor (pid 501) with "brave" selected in its body and a Find field, and Mail (pid 502).
 const std::string kEditor = worldFile("editor_and_mail.json");

@@ -20,7 +20,7 @@ using textport::testing::pasteboardText;
 // "world" selected, a Copy menu item and the pasteboard "old"; `app` (with its trailing comma)
 // is spliced into the application.
 std::string oneField(const std::string& app = "") {
-  std::string world = textport::testing::sourceFile("tests/worlds/one_field.json");
+  std::string world = textport::testing::worldFile("one_field.json");
   return world.insert(world.find(R"("pid": 10,)") + 10, " " + app);
 }
 

@@ -30,6 +30,11 @@ inline std::string sourceFile(const std::string& path) {
   return text.str();
 }
 
+// A world file of tests/worlds/ as text.
+inline std::string worldFile(const std::string& name) {
+  return sourceFile("tests/worlds/" + name);
+}
+
 struct Desk {
   explicit Desk(std::string_view world, std::vector<std::string> arguments = {"textport"})
       : desktop(loadWorld(world)), session(*desktop, std::move(arguments)) {}
@@ -41,7 +46,9 @@ struct Desk {
 };
 
 // The answer as it goes on the wire, without the line feed.
-inline std::string wire(const JsonObject& answer) { return writeJson(answer).value_or("<unwritable>"); }
+inline std::string wire(const JsonObject& answer) {
+  return writeJson(answer).value_or("<unwritable>");
+}
 
 // The pasteboard as (type, bytes-as-text) lines, for comparing contents in one assertion.
 inline std::string pasteboardText(const sim::SimDesktop& desktop) {
