@@ -11,10 +11,11 @@ namespace {
 
 using testing::Desk;
 
-// One window of 1000 x 800 at the origin holding the given elements.
-std::string windowWith(const std::string& elements) {
-  return R"({"apps": [{"pid": 1, "tree": {"children": [{"id": "w", "frame": [0, 0, 1000, 800],)"
-         R"( "children": [)" + elements + "]}]}}]}";
+// One window holding the given elements, of 1000 x 800 at the origin unless told otherwise.
+std::string windowWith(const std::string& elements,
+                       const std::string& frame = R"("frame": [0, 0, 1000, 800], )") {
+  return R"({"apps": [{"pid": 1, "tree": {"children": [{"id": "w", )" + frame + R"("children": [)" +
+         elements + "]}]}}]}";
 }
 
 std::optional<std::string> composerIn(Desk& desk) {
@@ -24,34 +25,38 @@ std::optional<std::string> composerIn(Desk& desk) {
 }
 
 TEST(ComposerSearch, TakesOnlyAnEditableTextAreaLowInTheWindowAndWiderThanAQuarter) {
-  struct Case {
+  const char* low = "0, 600, 600, 100";  // in the lower half and wide enough
+  const struct {
     const char* behaviour;
-    const char* element;
+    const char* frame;  // null: no rectangle
     bool composer;
+    std::string extra = "";  // further properties, each with its comma
+    std::string role = "AXTextArea";
+  } cases[] = {
+      {"a text area in the lower half", low, true},
+      {"middle exactly on the centre line", "0, 350, 600, 100", false},
+      {"middle one point below it", "0, 351, 600, 100", true},
+      {"exactly a quarter of the width", "0, 600, 250, 100", false},
+      {"just wider than a quarter", "0, 600, 250.5, 100", true},
+      {"wholly outside the window", "1200, 600, 600, 100", false},
+      {"touching the window's edge only", "1000, 600, 600, 100", false},
+      {"a text field", low, false, "", "AXTextField"},
+      {"a combo box", low, false, "", "AXComboBox"},
+      {"disabled", low, false, R"("enabled": false, )"},
+      {"enabled unreadable", low, true, R"("errors": {"AXEnabled": "cannot_complete"}, )"},
+      {"a password field", low, false, R"("subrole": "AXSecureTextField", )"},
+      {"no rectangle", nullptr, false},
+      {"zero height", "0, 600, 600, 0", false},
   };
-  const Case cases[] = {
-      {"a text area in the lower half", R"("role": "AXTextArea", "frame": [0, 600, 600, 100])", true},
-      {"middle exactly on the centre line", R"("role": "AXTextArea", "frame": [0, 350, 600, 100])", false},
-      {"middle one point below it", R"("role": "AXTextArea", "frame": [0, 351, 600, 100])", true},
-      {"exactly a quarter of the width", R"("role": "AXTextArea", "frame": [0, 600, 250, 100])", false},
-      {"just wider than a quarter", R"("role": "AXTextArea", "frame": [0, 600, 250.5, 100])", true},
-      {"wholly outside the window", R"("role": "AXTextArea", "frame": [1200, 600, 600, 100])", false},
-      {"touching the window's edge only", R"("role": "AXTextArea", "frame": [1000, 600, 600, 100])", false},
-      {"a text field", R"("role": "AXTextField", "frame": [0, 600, 600, 100])", false},
-      {"a combo box", R"("role": "AXComboBox", "frame": [0, 600, 600, 100])", false},
-      {"disabled", R"("role": "AXTextArea", "enabled": false, "frame": [0, 600, 600, 100])", false},
-      {"enabled unreadable", R"("role": "AXTextArea", "errors": {"AXEnabled": "cannot_complete"}, "frame": [0, 600, 600, 100])", true},
-      {"a password field", R"("role": "AXTextArea", "subrole": "AXSecureTextField", "frame": [0, 600, 600, 100])", false},
-      {"no rectangle", R"("role": "AXTextArea")", false},
-      {"zero height", R"("role": "AXTextArea", "frame": [0, 600, 600, 0])", false},
-  };
-  for (const Case& c : cases) {
-    Desk desk(windowWith(std::string(R"({"id": "x", "identifier": "x", )") + c.element + "}"));
+  for (const auto& c : cases) {
+    const std::string frame = c.frame ? std::string(R"(, "frame": [)") + c.frame + "]" : "";
+    Desk desk(windowWith(R"({"id": "x", "identifier": "x", )" + c.extra + R"("role": ")" + c.role +
+                         "\"" + frame + "}"));
     EXPECT_EQ(composerIn(desk).has_value(), c.composer) << c.behaviour;
   }
 }
 
-TEST(ComposerSearch, FindsANestedComposerAndRefusesTwo) {
+TEST(ComposerSearch, FindsANestedComposerButNotTwoNorOneInAWindowWithoutBounds) {
   const std::string nested =
       R"({"id": "g1", "children": [{"id": "g2", "children": [{"id": "g3", "children": [
           {"id": "c", "identifier": "deep", "role": "AXTextArea", "frame": [0, 600, 600, 100],
@@ -61,10 +66,15 @@ TEST(ComposerSearch, FindsANestedComposerAndRefusesTwo) {
   // A text area inside another one is seen too, and two candidates are no answer.
   Desk two(windowWith(nested + "}]}]}]}]}"));
   EXPECT_EQ(composerIn(two), std::nullopt);
+  // A window without a rectangle is not even walked.
+  Desk unbounded(windowWith(nested + R"(, "enabled": false}]}]}]}]})", ""));
+  EXPECT_EQ(composerIn(unbounded), std::nullopt);
+  EXPECT_EQ(unbounded.sim().record().count("attribute", "AXChildren"), 0u);
 }
 
 TEST(ComposerSearch, GivesNothingWhenTheWalkCannotFinish) {
-  std::string many = R"({"id": "c", "identifier": "c", "role": "AXTextArea", "frame": [0, 600, 600, 100]})";
+  std::string many =
+      R"({"id": "c", "identifier": "c", "role": "AXTextArea", "frame": [0, 600, 600, 100]})";
   for (int i = 0; i < 499; ++i) many += R"(, {"id": "e)" + std::to_string(i) + R"("})";
   Desk tooMany(windowWith(many));  // the window and 500 elements: one more than the limit
   EXPECT_EQ(composerIn(tooMany), std::nullopt);
@@ -76,7 +86,8 @@ TEST(ComposerSearch, GivesNothingWhenTheWalkCannotFinish) {
   EXPECT_GT(requestsOver, 1000u);
 
   // Slow elements run the walk past its 0.7 s deadline.
-  std::string slowGroup = R"({"id": "a", "latency": 0.05, "children": [{"id": "b0", "latency": 0.05})";
+  std::string slowGroup =
+      R"({"id": "a", "latency": 0.05, "children": [{"id": "b0", "latency": 0.05})";
   for (int i = 1; i < 7; ++i) {
     slowGroup += R"(, {"id": "b)" + std::to_string(i) + R"(", "latency": 0.05})";
   }
@@ -84,13 +95,6 @@ TEST(ComposerSearch, GivesNothingWhenTheWalkCannotFinish) {
       "frame": [0, 600, 600, 100]})"));
   EXPECT_EQ(composerIn(slow), std::nullopt);
   EXPECT_LT(slow.sim().time(), 0.7 + 7 * 0.08);
-}
-
-TEST(ComposerSearch, AWindowWithoutARectangleIsNotWalked) {
-  Desk desk(R"({"apps": [{"pid": 1, "tree": {"children": [{"id": "w", "children": [
-      {"id": "c", "role": "AXTextArea", "frame": [0, 600, 600, 100]}]}]}}]})");
-  EXPECT_EQ(composerIn(desk), std::nullopt);
-  EXPECT_EQ(desk.sim().record().count("attribute", "AXChildren"), 0u);
 }
 
 }  // namespace

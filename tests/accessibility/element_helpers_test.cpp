@@ -11,7 +11,9 @@ namespace {
 
 using testing::Desk;
 
-Element node(Pid pid, const char* id) { return sim::makeElement(sim::ElementKind::node, pid, id); }
+Element node(Pid pid, const char* id) {
+  return sim::makeElement(sim::ElementKind::node, pid, id);
+}
 
 // Two applications: 1 owns "field", 2 owns "other"; the second one is in front.
 constexpr const char* kTwoApps = R"({"frontmost": 2, "apps": [
@@ -53,8 +55,9 @@ TEST(ElementRect, NeedsAPositionAndAPositiveSize) {
       {R"({"AXPosition": [0, 0], "AXSize": {"size": [300, 200]}})", std::nullopt},
   };
   for (const Case& c : cases) {
-    Desk desk(std::string(R"({"apps": [{"pid": 1, "tree": {"children": [{"id": "w", "attributes": )") +
-              c.attributes + "}]}}]}");
+    Desk desk(
+        std::string(R"({"apps": [{"pid": 1, "tree": {"children": [{"id": "w", "attributes": )") +
+        c.attributes + "}]}}]}");
     EXPECT_EQ(elementRect(desk.sim(), node(1, "w")), c.rect) << c.attributes;
   }
 }
@@ -76,26 +79,29 @@ TEST(Frontmost, PrefersTheAccessibilityAnswerAndFallsBackToTheWorkspace) {
 }
 
 TEST(SelectedText, ReadsTheAttributeFirstAndTextMarkersOnlyWhenItIsEmpty) {
+  // An empty selection whose text markers give the attributed string `answer`.
+  const auto markers = [](const std::string& answer) {
+    return R"("value": "abc", "selected_range": [1, 0], "attributes": {"AXSelectedTextMarkerRange":
+        {"marker": "m"}}, "parameterized": {"AXAttributedStringForTextMarkerRange": )" +
+           answer + "}";
+  };
   struct Case {
-    const char* field;
+    std::string field;
     std::optional<std::string> text;
     std::size_t markerRequests;
   };
   const Case cases[] = {
       {R"("value": "a   b", "selected_range": [1, 3])", "   ", 0},
       {R"("value": "abc", "selected_range": [0, 3], "text_marker": true)", "abc", 1},
-      {R"("value": "abc", "selected_range": [1, 0], "attributes": {"AXSelectedTextMarkerRange": {"marker": "m"}},
-          "parameterized": {"AXAttributedStringForTextMarkerRange": {"attributed": "from markers"}})",
-       "from markers", 1},
-      {R"("value": "abc", "selected_range": [1, 0], "attributes": {"AXSelectedTextMarkerRange": {"marker": "m"}},
-          "parameterized": {"AXAttributedStringForTextMarkerRange": {"attributed": ""}})", std::nullopt, 1},
-      {R"("value": "abc", "selected_range": [1, 0], "attributes": {"AXSelectedTextMarkerRange": {"marker": "m"}},
-          "parameterized": {"AXAttributedStringForTextMarkerRange": "plain string"})", std::nullopt, 1},
+      {markers(R"({"attributed": "from markers"})"), "from markers", 1},
+      {markers(R"({"attributed": ""})"), std::nullopt, 1},
+      {markers(R"("plain string")"), std::nullopt, 1},
       {R"("role": "AXGroup")", std::nullopt, 0},
   };
   for (const Case& c : cases) {
     Desk desk(std::string(R"({"apps": [{"pid": 1, "tree": {"children": [{"id": "w", "children": [
-        {"id": "f", "role": "AXTextArea", )") + c.field + "}]}]}}]}");
+        {"id": "f", "role": "AXTextArea", )") +
+              c.field + "}]}]}}]}");
     EXPECT_EQ(selectedText(desk.sim(), node(1, "f")), c.text) << c.field;
     EXPECT_EQ(desk.sim().record().count("parameterized", "AXAttributedStringForTextMarkerRange"),
               c.markerRequests)

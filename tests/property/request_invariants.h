@@ -2,9 +2,8 @@
 // property tests and by the request fuzzer. A check returns nothing, or what was broken.
 #pragma once
 
-#include <nlohmann/json.hpp>
-
 #include <cstddef>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
 #include <string>
@@ -73,8 +72,9 @@ class RequestWatch {
     }
 
     if (!pasteboardKept(desktop, answer)) {
-      return "the user's pasteboard was lost: " + std::string(line) + "\n  before: " +
-             describe(before_) + "\n  after:  " + describe(desktop.pasteboardContents()) +
+      return "the user's pasteboard was lost: " + std::string(line) +
+             "\n  before: " + describe(before_) +
+             "\n  after:  " + describe(desktop.pasteboardContents()) +
              "\n  writes: " + writesSince(desktop);
     }
     return std::nullopt;
@@ -136,7 +136,8 @@ class RequestWatch {
     std::string out;
     const auto& writes = desktop.record().pasteboardWrites;
     for (std::size_t i = writes_; i < writes.size(); ++i) {
-      out += writes[i].writer + ":" + writes[i].operation + "@" + std::to_string(writes[i].time) + " ";
+      out +=
+          writes[i].writer + ":" + writes[i].operation + "@" + std::to_string(writes[i].time) + " ";
     }
     return out;
   }
