@@ -8,20 +8,15 @@
 namespace textport {
 namespace {
 
-// A description with `changes` (a JSON object; null takes a key away) applied to a typical one;
-// none at all without changes.
+// A typical description with `changes` (a JSON object; null takes a key away); none at all
+// without changes.
 JsonObject described(const char* changes) {
   if (changes == nullptr) return {};
   JsonObject d{{"pid", 123},   {"role", "AXTextArea"}, {"identifier", "synthetic"},
                {"window", 10}, {"offset", 3},          {"length", 0}};
   const JsonValue parsed = parseJson(changes).value_or(JsonValue());
-  for (const auto& [key, value] : *parsed.as<JsonObject>()) {
-    if (value == JsonValue(nullptr)) {
-      d.erase(key);
-    } else {
-      d[key] = value;
-    }
-  }
+  for (const auto& [key, value] : *parsed.as<JsonObject>()) d[key] = value;
+  std::erase_if(d, [](const auto& entry) { return entry.second == JsonValue(nullptr); });
   return d;
 }
 

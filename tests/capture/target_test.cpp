@@ -13,19 +13,11 @@ using testing::Desk;
 using testing::wire;
 using testing::worldFile;
 
-std::string accents(std::size_t count) {
-  std::string text;
-  for (std::size_t i = 0; i < count; ++i) text += "\xC3\xA9";
-  return text;
-}
-
-// One text area whose whole content, `bytes` long in two-byte characters (and an "x" for an odd
-// length), is selected: the limit is in bytes, not characters.
-std::string selectionOf(std::size_t bytes) {
-  const std::string text = accents(bytes / 2) + (bytes % 2 ? "x" : "");
+// One text area whose whole content, two-byte characters and at most one "x", is selected.
+std::string selectionOf(const std::string& text) {
   return R"({"frontmost": 1, "apps": [{"pid": 1, "focused": "f", "tree": {"children": [
     {"id": "w", "children": [{"id": "f", "role": "AXTextArea", "value": ")" +
-         text + R"(", "selected_range": [0, )" + std::to_string(bytes / 2 + bytes % 2) +
+         text + R"(", "selected_range": [0, )" + std::to_string(text.size() / 2 + text.size() % 2) +
          "]}]}]}}]}";
 }
 
@@ -91,6 +83,8 @@ TEST(Target, EachDesktopAnswersWithTheKeysThatSetItApart) {
       R"({"target_mode":"focused","selection_error":true,"selection":null,"selection_source":null})";
   const std::string described = R"({"captureToken":null,"selection":null,"offset":6})";
   const std::string field = R"({"frontmost": 1, "apps": [{"pid": 1, "focused": "f", "tree": {)";
+  std::string limit;  // 20,000 bytes
+  for (int i = 0; i < 10000; ++i) limit += "\xC3\xA9";
   const Row rows[] = {
       {"editor.json", described, false},
       {"editor.json", described, "true"},  // a "selection" that is no boolean counts as false
@@ -110,8 +104,9 @@ TEST(Target, EachDesktopAnswersWithTheKeysThatSetItApart) {
       {"copy_image_only.json", selectionError},
       {"copy_never_writes.json", selectionError},
       {"password.json", selectionError},
-      {selectionOf(20000), R"({"selection":")" + accents(10000) + "\"}"},
-      {selectionOf(20001), R"({"selection_error":true,"selection":null})"},
+      // The limit is in bytes, not characters.
+      {selectionOf(limit), R"({"selection":")" + limit + "\"}"},
+      {selectionOf(limit + "x"), R"({"selection_error":true,"selection":null})"},
       // Text copied without a focused element is reported, but there is nothing to capture.
       {"copy_without_focus.json",
        R"({"capture_reason":"focused_element_unavailable","captureToken":null,)"

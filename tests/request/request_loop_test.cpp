@@ -15,13 +15,6 @@ const std::string kSelfTest = R"({"differentCursorRejected":true,"differentPIDRe
                               "\n";
 const std::string kInvalid = "{\"error\":\"invalid request\"}\n";
 
-std::string serveOn(testing::Desk& desk, const std::string& input) {
-  std::istringstream in(input);
-  std::ostringstream out;
-  serve(in, out, desk.session);
-  return out.str();
-}
-
 // What request lines a scenario file cannot hold: invalid UTF-8, a million brackets, megabytes.
 // The rest of the framing and the dispatch are proven by the request scenario files.
 TEST(RequestLoop, AnswersBytesNoScenarioCanHold) {
@@ -43,7 +36,10 @@ TEST(RequestLoop, AnswersBytesNoScenarioCanHold) {
   for (const auto& c : cases) {
     testing::Desk desk("{}", c.daemon ? std::vector<std::string>{"textport", "--daemon"}
                                       : std::vector<std::string>{"textport"});
-    EXPECT_EQ(serveOn(desk, c.input), c.output) << c.behaviour;
+    std::istringstream in(c.input);
+    std::ostringstream out;
+    serve(in, out, desk.session);
+    EXPECT_EQ(out.str(), c.output) << c.behaviour;
   }
 }
 
