@@ -1,7 +1,7 @@
 // What the macOS backend does beyond the contract that every backend keeps: attribute values keep
 // their kind and content through the platform's objects, arguments that have no platform object
-// never reach the platform, events are made (never posted here) without a source too, and a
-// pasteboard write that an item refuses leaves the pasteboard as it was.
+// never reach the platform, and a pasteboard write that an item refuses leaves the pasteboard as
+// it was.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -96,18 +96,6 @@ TEST_F(MacPlatformTest, ArgumentsWithoutAPlatformObjectAreIllegal) {
       {"action named in bytes that are not UTF-8", p.performAction(application, notUtf8)},
   };
   for (const auto& row : rows) EXPECT_EQ(row.error, kAXErrorIllegalArgument) << row.name;
-}
-
-TEST_F(MacPlatformTest, EventsAreMadeWithoutASourceAndEmptyOnesAreLeftAlone) {
-  EXPECT_TRUE(platform().createKeyboardEvent(EventSource(), 9, true));
-  EXPECT_TRUE(platform().createMouseEvent(EventSource(), EventType::mouseMoved, Point{10, 10},
-                                          MouseButton::left));
-  // An event that was never made has nothing to change or post; the platform's calls take no
-  // null event.
-  const Event none;
-  platform().setEventType(none, EventType::keyUp);
-  platform().setEventFlags(none, kEventFlagMaskCommand);
-  platform().postEvent(none);
 }
 
 // Cases that write the pasteboard put the user's items back afterwards.
