@@ -1,6 +1,5 @@
 // What every backend of the platform seam must do, as one typed suite. A backend instantiates
 // it with a type that has:
-//   static constexpr const char* kName;            // the backend's name in test names
 //   static std::unique_ptr<Platform> make();       // a desktop with a frontmost application
 //   static Pid applicationPid(Platform&);          // a running application it may inspect
 // The suite saves the user's pasteboard before each case and puts it back after, so it can run
@@ -185,13 +184,5 @@ REGISTER_TYPED_TEST_SUITE_P(PlatformContract, PasteboardItemsComeBackInOrderWith
                             FrontmostApplicationIsARunningApplication,
                             PostedKeystrokesAndClicksRaiseTheCounters,
                             UuidsAreFreshAndUpperCaseInFiveGroups);
-
-// Names the instantiated tests after the backend instead of a number.
-struct BackendName {
-  template <class Backend>
-  static std::string GetName(int /*index*/) {
-    return Backend::kName;
-  }
-};
 
 }  // namespace textport::contract

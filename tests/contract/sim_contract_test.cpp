@@ -3,10 +3,7 @@
 #include "support/desk.h"
 
 namespace textport::contract {
-namespace {
-
 struct SimBackend {
-  static constexpr const char* kName = "Sim";
   static std::unique_ptr<Platform> make() {
     return testing::loadWorld(R"({"frontmost": 10, "apps": [{"pid": 10,
         "bundle": "com.example.app", "name": "Example", "tree": {"children": []}}],
@@ -15,7 +12,6 @@ struct SimBackend {
   static Pid applicationPid(Platform& /*platform*/) { return 10; }
 };
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Sim, PlatformContract, ::testing::Types<SimBackend>, BackendName);
+INSTANTIATE_TYPED_TEST_SUITE_P(Sim, PlatformContract, ::testing::Types<SimBackend>);
 
-}  // namespace
 }  // namespace textport::contract

@@ -6,15 +6,11 @@
 #include "platform/host_platform.h"
 
 namespace textport::contract {
-namespace {
-
 struct MacBackend {
-  static constexpr const char* kName = "Mac";
   static std::unique_ptr<Platform> make() { return makeHostPlatform(); }
   static Pid applicationPid(Platform& /*platform*/) { return getpid(); }
 };
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Mac, PlatformContract, ::testing::Types<MacBackend>, BackendName);
+INSTANTIATE_TYPED_TEST_SUITE_P(Mac, PlatformContract, ::testing::Types<MacBackend>);
 
-}  // namespace
 }  // namespace textport::contract
