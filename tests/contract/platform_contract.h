@@ -23,21 +23,32 @@ inline const std::string kPrivateType = "app.textport.test-binary";
 inline const Bytes kBinary = {0x00, 0xFF, 0x7F, 0x80, 0x00, 0x0A, 0x0D};
 inline constexpr std::uint16_t kHarmlessKey = 80;  // kVK_F19: no application acts on it
 
-template <class Backend>
-class PlatformContract : public ::testing::Test {
- protected:
-  void SetUp() override {
-    for (const PasteboardItemReading& reading : platform().pasteboardItems()) {
+// The user's pasteboard, saved while it lives and put back when it goes.
+class SavedPasteboard {
+ public:
+  explicit SavedPasteboard(Platform& platform) : platform_(platform) {
+    for (const PasteboardItemReading& reading : platform_.pasteboardItems()) {
       PasteboardItem& item = saved_.emplace_back();
       for (const auto& representation : reading) {
         if (representation.data) item.emplace_back(representation.type, *representation.data);
       }
     }
   }
-  void TearDown() override {
-    platform().clearPasteboard();
-    if (!saved_.empty()) platform().writePasteboardItems(saved_);
+  ~SavedPasteboard() {
+    platform_.clearPasteboard();
+    if (!saved_.empty()) platform_.writePasteboardItems(saved_);
   }
+  SavedPasteboard(const SavedPasteboard&) = delete;
+  SavedPasteboard& operator=(const SavedPasteboard&) = delete;
+
+ private:
+  Platform& platform_;
+  std::vector<PasteboardItem> saved_;
+};
+
+template <class Backend>
+class PlatformContract : public ::testing::Test {
+ protected:
   Platform& platform() { return *platform_; }
 
   // Writes the items on a cleared pasteboard and reads them back.
@@ -50,7 +61,7 @@ class PlatformContract : public ::testing::Test {
  private:
   std::unique_ptr<Platform> platform_ = Backend::make();
   RequestScope scope_{*platform_};
-  std::vector<PasteboardItem> saved_;
+  SavedPasteboard saved_{*platform_};
 };
 
 TYPED_TEST_SUITE_P(PlatformContract);

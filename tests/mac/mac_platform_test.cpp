@@ -15,6 +15,7 @@
 #include <variant>
 #include <vector>
 
+#include "contract/platform_contract.h"
 #include "platform/host_platform.h"
 #include "platform/mac/mac_values.h"
 
@@ -100,22 +101,8 @@ TEST_F(MacPlatformTest, ArgumentsWithoutAPlatformObjectAreIllegal) {
 
 // Cases that write the pasteboard put the user's items back afterwards.
 class MacPasteboardTest : public MacPlatformTest {
- protected:
-  void SetUp() override {
-    for (const PasteboardItemReading& reading : platform().pasteboardItems()) {
-      PasteboardItem& item = saved_.emplace_back();
-      for (const auto& representation : reading) {
-        if (representation.data) item.emplace_back(representation.type, *representation.data);
-      }
-    }
-  }
-  void TearDown() override {
-    platform().clearPasteboard();
-    if (!saved_.empty()) platform().writePasteboardItems(saved_);
-  }
-
  private:
-  std::vector<PasteboardItem> saved_;
+  contract::SavedPasteboard saved_{platform()};
 };
 
 // A pasteboard item takes data under a UTI only; bytes that are not UTF-8 name no type at all.
