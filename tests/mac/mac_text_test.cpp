@@ -56,20 +56,6 @@ TEST(MacTextTest, PlatformStringsBecomeUtf8WholeWithLoneSurrogatesReplaced) {
   EXPECT_EQ(mac::toUtf8(nullptr), "");
 }
 
-// Long text is read in pieces; after one unit of another kind, every pair of a long run has its
-// two halves at an odd and an even place, so some piece ends between them whatever its size.
-TEST(MacTextTest, LongTextKeepsEveryPairAndItsLastLoneSurrogate) {
-  Units units = {'a'};
-  std::string utf8 = "a";
-  for (int i = 0; i < 5000; ++i) {
-    units.insert(units.end(), {0xD83D, 0xDE00});
-    utf8 += kGrinning;
-  }
-  units.push_back(0xD83D);
-  utf8 += kReplacement;
-  EXPECT_EQ(mac::toUtf8(stringOf(units).get()), utf8);
-}
-
 TEST(MacTextTest, Utf8BecomesThePlatformsUnitsOrNoStringWhenItIsNotUtf8) {
   const struct {
     const char* name;
