@@ -66,10 +66,13 @@ std::optional<std::string> copySelection(Platform& platform, const Element& appl
   if (pressed != kAXErrorSuccess && pressed != kAXErrorCannotComplete) return std::nullopt;
 
   // An application's Copy clears the pasteboard (which raises the change count) before its
-  // data is there, so the copy has landed once the count moved and plain text can be read.
+  // data is there, so the copy has landed once the count moved and plain text can be read. The
+  // text of the last look is the copy's result.
+  std::optional<std::string> text;
   const auto landed = [&] {
-    return platform.pasteboardChangeCount() != before &&
-           platform.pasteboardString(kPlainTextType).has_value();
+    if (platform.pasteboardChangeCount() == before) return false;
+    text = platform.pasteboardString(kPlainTextType);
+    return text.has_value();
   };
   double deadline = platform.now() + kCopyWait;
   while (!landed()) {
@@ -80,7 +83,6 @@ std::optional<std::string> copySelection(Platform& platform, const Element& appl
   if (platform.pasteboardChangeCount() == before) return std::nullopt;
 
   std::int64_t afterCopy = platform.pasteboardChangeCount();
-  std::optional<std::string> text = platform.pasteboardString(kPlainTextType);
   bool sameApplication = isFrontmost(platform, pid);
   // A newer write by someone else is theirs to keep.
   if (platform.pasteboardChangeCount() == afterCopy) restore(platform, saved);
