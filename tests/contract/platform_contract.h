@@ -2,13 +2,17 @@
 // it with a type that has:
 //   static std::unique_ptr<Platform> make();       // a desktop with a frontmost application
 //   static Pid applicationPid(Platform&);          // a running application it may inspect
+// and, where its desktop differs:
+//   static constexpr std::uint16_t kHarmlessKey;   // a key no application acts on (F19)
+//   static constexpr bool kOneItem;                // the pasteboard keeps one item (X11)
 // The suite saves the user's pasteboard before each case and puts it back after, so it can run
-// on a real desktop. It posts one harmless key (F19) and one middle click at the pointer, and
-// never the paste shortcut: on a real desktop that would paste into whatever is in front.
+// on a real desktop. It posts one harmless key and one middle click at the pointer, and never
+// the paste shortcut: on a real desktop that would paste into whatever is in front.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <regex>
@@ -21,7 +25,43 @@ namespace textport::contract {
 
 inline const std::string kPrivateType = "app.textport.test-binary";
 inline const Bytes kBinary = {0x00, 0xFF, 0x7F, 0x80, 0x00, 0x0A, 0x0D};
-inline constexpr std::uint16_t kHarmlessKey = 80;  // kVK_F19: no application acts on it
+
+template <class Backend>
+constexpr std::uint16_t harmlessKey() {
+  if constexpr (requires { Backend::kHarmlessKey; }) return Backend::kHarmlessKey;
+  return 80;  // kVK_F19
+}
+
+// The items as a desktop with one item reads them back: the first item's types, then the types
+// of later items that it does not list yet.
+template <class Backend>
+std::vector<PasteboardItem> asKept(const std::vector<PasteboardItem>& items) {
+  if constexpr (!requires { Backend::kOneItem; }) return items;
+  PasteboardItem merged;
+  for (const PasteboardItem& item : items) {
+    for (const auto& pair : item) {
+      if (std::none_of(merged.begin(), merged.end(),
+                       [&](const auto& kept) { return kept.first == pair.first; })) {
+        merged.push_back(pair);
+      }
+    }
+  }
+  return {merged};
+}
+
+// A reading's representations of the given types, in the reading's order. A desktop may list
+// more types than were written (X11 serves plain text under its alias names too).
+inline PasteboardItemReading onlyTypesOf(const PasteboardItemReading& reading,
+                                         const PasteboardItem& written) {
+  PasteboardItemReading kept;
+  for (const PasteboardRepresentation& representation : reading) {
+    if (std::any_of(written.begin(), written.end(),
+                    [&](const auto& pair) { return pair.first == representation.type; })) {
+      kept.push_back(representation);
+    }
+  }
+  return kept;
+}
 
 // The user's pasteboard, saved while it lives and put back when it goes.
 class SavedPasteboard {
@@ -67,18 +107,20 @@ class PlatformContract : public ::testing::Test {
 TYPED_TEST_SUITE_P(PlatformContract);
 
 TYPED_TEST_P(PlatformContract, PasteboardItemsComeBackInOrderWithTheirTypesAndBytes) {
-  const std::vector<PasteboardItem> items = {
+  const std::vector<PasteboardItem> written = {
       {{kPlainTextType, Bytes{'f', 'i', 'r', 's', 't'}}, {kPrivateType, kBinary}},
       {{kPlainTextType, Bytes{'s', 'e', 'c', 'o', 'n', 'd'}}},
       {{kPrivateType, Bytes{}}},
   };
-  const std::vector<PasteboardItemReading> read = this->roundTrip(items);
+  const std::vector<PasteboardItemReading> read = this->roundTrip(written);
+  const std::vector<PasteboardItem> items = asKept<TypeParam>(written);
   ASSERT_EQ(read.size(), items.size());
   for (std::size_t i = 0; i < items.size(); ++i) {
-    ASSERT_EQ(read[i].size(), items[i].size()) << "item " << i;
+    const PasteboardItemReading reading = onlyTypesOf(read[i], items[i]);
+    ASSERT_EQ(reading.size(), items[i].size()) << "item " << i;
     for (std::size_t j = 0; j < items[i].size(); ++j) {
-      EXPECT_EQ(read[i][j].type, items[i][j].first) << "item " << i << " type " << j;
-      EXPECT_EQ(read[i][j].data, std::optional<Bytes>(items[i][j].second))
+      EXPECT_EQ(reading[j].type, items[i][j].first) << "item " << i << " type " << j;
+      EXPECT_EQ(reading[j].data, std::optional<Bytes>(items[i][j].second))
           << "item " << i << " type " << j;
     }
   }
@@ -163,8 +205,8 @@ TYPED_TEST_P(PlatformContract, PostedKeystrokesAndClicksRaiseTheCounters) {
   Platform& platform = this->platform();
   const EventSource source = platform.createEventSource();
   const std::uint32_t keys = platform.eventCounter(EventType::keyDown);
-  const Event down = platform.createKeyboardEvent(source, kHarmlessKey, true);
-  const Event up = platform.createKeyboardEvent(source, kHarmlessKey, false);
+  const Event down = platform.createKeyboardEvent(source, harmlessKey<TypeParam>(), true);
+  const Event up = platform.createKeyboardEvent(source, harmlessKey<TypeParam>(), false);
   ASSERT_TRUE(down && up);
   platform.postEvent(down);
   platform.postEvent(up);
