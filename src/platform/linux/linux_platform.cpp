@@ -12,7 +12,9 @@
 
 namespace textport {
 
-std::unique_ptr<Platform> makeHostPlatform() { return std::make_unique<x11::LinuxPlatform>(); }
+std::unique_ptr<Platform> makeHostPlatform() {
+  return std::make_unique<x11::LinuxPlatform>();
+}
 
 namespace x11 {
 
@@ -34,7 +36,9 @@ struct Source final : PlatformObject {
   bool equals(const PlatformObject& other) const override { return this == &other; }
 };
 
-InputEvent* inputEvent(const Event& event) { return dynamic_cast<InputEvent*>(event.get()); }
+InputEvent* inputEvent(const Event& event) {
+  return dynamic_cast<InputEvent*>(event.get());
+}
 
 }  // namespace
 
@@ -56,7 +60,9 @@ LinuxPlatform::~LinuxPlatform() = default;
 
 // --- Accessibility ---
 
-bool LinuxPlatform::isProcessTrusted() { return accessibility_ && accessibility_->available(); }
+bool LinuxPlatform::isProcessTrusted() {
+  return accessibility_ && accessibility_->available();
+}
 
 Element LinuxPlatform::createApplicationElement(Pid pid) {
   return accessibility_ ? accessibility_->applicationElement(pid) : Element{};
@@ -68,7 +74,8 @@ Element LinuxPlatform::createSystemWideElement() {
 
 AXError LinuxPlatform::setMessagingTimeout(const Element& element, float seconds) {
   if (!element) return kAXErrorIllegalArgument;
-  return accessibility_ ? accessibility_->setMessagingTimeout(element, seconds) : kAXErrorAPIDisabled;
+  return accessibility_ ? accessibility_->setMessagingTimeout(element, seconds)
+                        : kAXErrorAPIDisabled;
 }
 
 AXResult LinuxPlatform::copyAttributeValue(const Element& element, const std::string& attribute) {
@@ -126,7 +133,9 @@ std::int64_t LinuxPlatform::pasteboardChangeCount() {
   return clipboard_ ? clipboard_->changeCount() : 0;
 }
 
-std::int64_t LinuxPlatform::clearPasteboard() { return clipboard_ ? clipboard_->clear() : 0; }
+std::int64_t LinuxPlatform::clearPasteboard() {
+  return clipboard_ ? clipboard_->clear() : 0;
+}
 
 bool LinuxPlatform::setPasteboardString(const std::string& text, const std::string& type) {
   return setPasteboardData(Bytes(text.begin(), text.end()), type);
@@ -172,8 +181,8 @@ Event LinuxPlatform::createKeyboardEvent(const EventSource& /*source*/, std::uin
   return Event{std::move(event)};
 }
 
-Event LinuxPlatform::createMouseEvent(const EventSource& /*source*/, EventType type,
-                                      Point location, MouseButton button) {
+Event LinuxPlatform::createMouseEvent(const EventSource& /*source*/, EventType type, Point location,
+                                      MouseButton button) {
   if (!desktop_ || !desktop_->canSynthesise()) return Event{};
   auto event = std::make_shared<InputEvent>();
   event->type = type;
@@ -218,7 +227,9 @@ bool LinuxPlatform::postPasteShortcut() {
   return desktop_->postPaste(terminal);
 }
 
-bool LinuxPlatform::mayPostEvents() { return desktop_ && desktop_->canSynthesise(); }
+bool LinuxPlatform::mayPostEvents() {
+  return desktop_ && desktop_->canSynthesise();
+}
 
 // --- Time and identity ---
 
@@ -238,7 +249,9 @@ void LinuxPlatform::sleep(double seconds) {
   }
 }
 
-void LinuxPlatform::runLoop(double seconds) { sleep(seconds); }
+void LinuxPlatform::runLoop(double seconds) {
+  sleep(seconds);
+}
 
 std::string LinuxPlatform::newUuid() {
   std::random_device device;

@@ -93,7 +93,9 @@ class Desktop final : public X11Desktop {
       }
       XClassHint hint{};
       if (XGetClassHint(display_, window, &hint) != 0) {
-        if (hint.res_class != nullptr && !app.bundleIdentifier) app.bundleIdentifier = hint.res_class;
+        if (hint.res_class != nullptr && *hint.res_class != '\0' && !app.bundleIdentifier) {
+          app.bundleIdentifier = hint.res_class;
+        }
         XFree(hint.res_name);
         XFree(hint.res_class);
       }
@@ -242,7 +244,8 @@ class Desktop final : public X11Desktop {
     }
   }
 
-  Atom atom(const char* name) { return XInternAtom(display_, name, False); }
+  // Only reads: an atom nobody made yet names no property anywhere.
+  Atom atom(const char* name) { return XInternAtom(display_, name, True); }
 
   std::optional<std::vector<unsigned long>> cardinals(Window window, const char* name, Atom type) {
     Atom actualType = None;
@@ -250,8 +253,8 @@ class Desktop final : public X11Desktop {
     unsigned long count = 0;
     unsigned long after = 0;
     unsigned char* data = nullptr;
-    if (XGetWindowProperty(display_, window, atom(name), 0, 1024, False, type, &actualType,
-                           &format, &count, &after, &data) != Success ||
+    if (XGetWindowProperty(display_, window, atom(name), 0, 1024, False, type, &actualType, &format,
+                           &count, &after, &data) != Success ||
         actualType != type || format != 32) {
       if (data != nullptr) XFree(data);
       return std::nullopt;
