@@ -9,7 +9,7 @@ namespace {
 // more to them.
 int ignoreProtocolError(Display* /*display*/, XErrorEvent* /*error*/) { return 0; }
 
-// Xlib cannot continue once the server connection is gone; leave without a word on stderr, with
+// Xlib cannot continue once the server connection is gone; leave without printing anything, with
 // the status every other end of the process has.
 int endQuietly(Display* /*display*/) { std::_Exit(0); }
 }  // namespace
