@@ -192,14 +192,15 @@ class Desktop final : public X11Desktop {
     const KeyCode shift = XKeysymToKeycode(display_, XK_Shift_L);
     if (!xtest_ || v == 0 || control == 0 || (terminal && shift == 0)) return false;
     releaseHeldModifiers();
-    std::vector<std::pair<KeyCode, bool>> strokes = {{control, true}};
-    if (terminal) strokes.emplace_back(shift, true);
-    strokes.insert(strokes.end(), {{v, true}, {v, false}});
-    if (terminal) strokes.emplace_back(shift, false);
-    strokes.emplace_back(control, false);
-    for (const auto& [code, down] : strokes) {
+    const auto stroke = [&](KeyCode code, bool down) {
       XTestFakeKeyEvent(display_, code, down ? True : False, CurrentTime);
-    }
+    };
+    stroke(control, true);
+    if (terminal) stroke(shift, true);
+    stroke(v, true);
+    stroke(v, false);
+    if (terminal) stroke(shift, false);
+    stroke(control, false);
     XSync(display_, False);
     return true;
   }
@@ -247,7 +248,8 @@ class Desktop final : public X11Desktop {
   // Only reads: an atom nobody made yet names no property anywhere.
   Atom atom(const char* name) { return XInternAtom(display_, name, True); }
 
-  std::optional<std::vector<unsigned long>> cardinals(Window window, const char* name, Atom type) {
+  // A property of 32-bit values of that type; empty when missing.
+  std::vector<unsigned long> cardinals(Window window, const char* name, Atom type) {
     Atom actualType = None;
     int format = 0;
     unsigned long count = 0;
@@ -257,7 +259,7 @@ class Desktop final : public X11Desktop {
                            &count, &after, &data) != Success ||
         actualType != type || format != 32) {
       if (data != nullptr) XFree(data);
-      return std::nullopt;
+      return {};
     }
     const auto* values = reinterpret_cast<const unsigned long*>(data);
     std::vector<unsigned long> result(values, values + count);
@@ -283,9 +285,9 @@ class Desktop final : public X11Desktop {
   }
 
   std::optional<Window> windowProperty(Window window, const char* name) {
-    auto values = cardinals(window, name, XA_WINDOW);
-    if (!values || values->empty() || (*values)[0] == None) return std::nullopt;
-    return static_cast<Window>((*values)[0]);
+    const auto values = cardinals(window, name, XA_WINDOW);
+    if (values.empty() || values[0] == None) return std::nullopt;
+    return static_cast<Window>(values[0]);
   }
 
   // A window manager is alive when its check window names itself (a stale property outlives it).
@@ -316,9 +318,9 @@ class Desktop final : public X11Desktop {
   }
 
   std::optional<Pid> pidOf(Window window) {
-    auto values = cardinals(window, "_NET_WM_PID", XA_CARDINAL);
-    if (!values || values->empty() || (*values)[0] == 0) return std::nullopt;
-    return static_cast<Pid>((*values)[0]);
+    const auto values = cardinals(window, "_NET_WM_PID", XA_CARDINAL);
+    if (values.empty() || values[0] == 0) return std::nullopt;
+    return static_cast<Pid>(values[0]);
   }
 
   std::vector<Window> childrenOf(Window window) {
@@ -361,9 +363,8 @@ class Desktop final : public X11Desktop {
   std::vector<Window> clientWindows(Pid pid) {
     std::vector<Window> candidates;
     if (windowManagerRuns()) {
-      if (auto list = cardinals(root_, "_NET_CLIENT_LIST", XA_WINDOW)) {
-        candidates.assign(list->begin(), list->end());
-      }
+      const auto list = cardinals(root_, "_NET_CLIENT_LIST", XA_WINDOW);
+      candidates.assign(list.begin(), list.end());
     } else {
       for (Window top : childrenOf(root_)) {
         candidates.push_back(top);
