@@ -13,6 +13,8 @@
 #include <array>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <sstream>
 
 #include "platform/linux/x11_errors.h"
 
@@ -80,45 +82,34 @@ class Desktop final : public X11Desktop {
   }
 
   std::optional<RunningApp> runningApplication(Pid pid) override {
-    if (pid <= 0 || !running(pid)) return std::nullopt;
-    RunningApp app{pid, std::nullopt, std::nullopt};
-    std::ifstream comm("/proc/" + std::to_string(pid) + "/comm");
-    if (std::string name; std::getline(comm, name)) app.localizedName = name;
-    for (Window window : clientWindows(pid)) {
-      // GTK applications carry their application id, the nearest thing to a bundle identifier;
-      // other programs are known by their window class.
-      if (auto id = textProperty(window, "_GTK_APPLICATION_ID")) {
-        app.bundleIdentifier = id;
-        break;
-      }
-      XClassHint hint{};
-      if (XGetClassHint(display_, window, &hint) != 0) {
-        if (hint.res_class != nullptr && *hint.res_class != '\0' && !app.bundleIdentifier) {
-          app.bundleIdentifier = hint.res_class;
-        }
-        XFree(hint.res_name);
-        XFree(hint.res_class);
-      }
+    const std::optional<std::string> started = startTime(pid);
+    if (!started) return std::nullopt;
+    // A process keeps its id and name while it runs; a reused pid has another start time.
+    if (auto known = known_.find(pid); known != known_.end() && known->second.first == *started) {
+      return known->second.second;
     }
+    if (known_.size() >= kKnownProcesses) known_.clear();
+    RunningApp app = describe(pid);
+    // An application without a window yet may show its id later.
+    if (app.bundleIdentifier) known_[pid] = {*started, app};
     return app;
   }
 
   std::int64_t windowNumber(Pid pid, const std::string& title) override {
-    Window only = None;
-    int viewable = 0;
-    for (Window window : clientWindows(pid)) {
-      XWindowAttributes attributes{};
-      if (XGetWindowAttributes(display_, window, &attributes) == 0 ||
-          attributes.map_state != IsViewable) {
-        continue;
-      }
-      ++viewable;
-      only = window;
-      auto name = textProperty(window, "_NET_WM_NAME");
-      if (!name) name = textProperty(window, "WM_NAME");
-      if (name == title) return static_cast<std::int64_t>(window);
+    // Usually asked about the window that has the focus: one look before any search.
+    const Window focus = activeWindow();
+    if (focus != None && pidOf(focus) == pid && viewable(focus) && titleOf(focus) == title) {
+      return static_cast<std::int64_t>(focus);
     }
-    return viewable == 1 ? static_cast<std::int64_t>(only) : 0;
+    Window only = None;
+    int shown = 0;
+    for (Window window : clientWindows(pid)) {
+      if (!viewable(window)) continue;
+      ++shown;
+      only = window;
+      if (titleOf(window) == title) return static_cast<std::int64_t>(window);
+    }
+    return shown == 1 ? static_cast<std::int64_t>(only) : 0;
   }
 
   std::uint32_t pressCount(EventType type) override {
@@ -206,6 +197,40 @@ class Desktop final : public X11Desktop {
   }
 
  private:
+  RunningApp describe(Pid pid) {
+    RunningApp app{pid, std::nullopt, std::nullopt};
+    std::ifstream comm("/proc/" + std::to_string(pid) + "/comm");
+    if (std::string name; std::getline(comm, name)) app.localizedName = name;
+    for (Window window : clientWindows(pid)) {
+      // GTK applications carry their application id, the nearest thing to a bundle identifier;
+      // other programs are known by their window class.
+      if (auto id = textProperty(window, "_GTK_APPLICATION_ID")) {
+        app.bundleIdentifier = id;
+        break;
+      }
+      XClassHint hint{};
+      if (XGetClassHint(display_, window, &hint) != 0) {
+        if (hint.res_class != nullptr && *hint.res_class != '\0' && !app.bundleIdentifier) {
+          app.bundleIdentifier = hint.res_class;
+        }
+        XFree(hint.res_name);
+        XFree(hint.res_class);
+      }
+    }
+    return app;
+  }
+
+  bool viewable(Window window) {
+    XWindowAttributes attributes{};
+    return XGetWindowAttributes(display_, window, &attributes) != 0 &&
+           attributes.map_state == IsViewable;
+  }
+
+  std::optional<std::string> titleOf(Window window) {
+    auto name = textProperty(window, "_NET_WM_NAME");
+    return name ? name : textProperty(window, "WM_NAME");
+  }
+
   // A modifier the user holds would turn Control+V into another shortcut.
   void releaseHeldModifiers() {
     std::array<char, 32> pressed{};
@@ -359,17 +384,15 @@ class Desktop final : public X11Desktop {
   }
 
   // The top-level windows of a process: the window manager's client list while one runs, else
-  // the root's children (and their children, for frames).
+  // the root's children.
   std::vector<Window> clientWindows(Pid pid) {
     std::vector<Window> candidates;
     if (windowManagerRuns()) {
       const auto list = cardinals(root_, "_NET_CLIENT_LIST", XA_WINDOW);
       candidates.assign(list.begin(), list.end());
     } else {
-      for (Window top : childrenOf(root_)) {
-        candidates.push_back(top);
-        for (Window child : childrenOf(top)) candidates.push_back(child);
-      }
+      // Without a window manager there are no frames: top-level windows are the root's children.
+      candidates = childrenOf(root_);
     }
     std::vector<Window> result;
     for (Window window : candidates) {
@@ -378,19 +401,30 @@ class Desktop final : public X11Desktop {
     return result;
   }
 
-  static bool running(Pid pid) {
+  // When a running process started (in clock ticks since boot), or nothing when it does not
+  // run: no such process, or a zombie that has quit.
+  static std::optional<std::string> startTime(Pid pid) {
+    if (pid <= 0) return std::nullopt;
     std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
     std::string line;
-    if (!std::getline(stat, line)) return false;
-    // The state follows the parenthesised command name; a zombie has quit.
+    if (!std::getline(stat, line)) return std::nullopt;
+    // The fields after the parenthesised command name: state first, start time twentieth.
     const auto close = line.rfind(')');
-    return close != std::string::npos && close + 2 < line.size() && line[close + 2] != 'Z';
+    if (close == std::string::npos) return std::nullopt;
+    std::istringstream fields(line.substr(close + 1));
+    std::string field;
+    for (int i = 0; i < 20 && fields >> field; ++i) {
+      if (i == 0 && field == "Z") return std::nullopt;
+    }
+    return field;
   }
 
   Display* display_;
   Window root_;
   bool xtest_ = false;
   int xiOpcode_ = -1;
+  static constexpr std::size_t kKnownProcesses = 64;
+  std::map<Pid, std::pair<std::string, RunningApp>> known_;  // by pid: start time, description
   std::uint32_t keys_ = 0;
   std::array<std::uint32_t, 3> buttons_{};
 };
