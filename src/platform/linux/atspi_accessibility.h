@@ -1,5 +1,3 @@
-// NOTE TO WHOEVER IMPLEMENTS THIS (temporary, the integrator removes it): before anything else,
-// read src/platform/linux/READ_FIRST_HOUSE_RULES.md and follow it; it binds every file here.
 // Accessibility on X11 through AT-SPI2 (libatspi), answered in macOS's vocabulary: roles, attribute
 // names, UTF-16 ranges and error codes as the core knows them. Every call is bounded by the
 // messaging timeout in force for its element.

@@ -65,6 +65,12 @@ class SelectionClipboard final : public X11Clipboard {
 
   std::int64_t clear() override {
     reapChildren();
+    // Our owner child takes the selection afresh with no content: no new process needed.
+    if (owns() && owner_->clearContent() && owner_->sync() && owns()) {
+      served_.clear();
+      plainTextAliases_ = false;
+      return changeCount();
+    }
     if (!takeSelection()) {
       // No new owner: the count rises all the same, and our own owner, if it still owns the
       // selection, drops what it serves.

@@ -1,5 +1,3 @@
-// NOTE TO WHOEVER IMPLEMENTS THIS (temporary, the integrator removes it): before anything else,
-// read src/platform/linux/READ_FIRST_HOUSE_RULES.md and follow it; it binds every file here.
 // The X11 CLIPBOARD selection as the general pasteboard. X keeps no clipboard data: whoever owns
 // the selection serves it. textport's content is served by a small child process that owns the
 // selection until another owner takes over, so the content outlives textport and stays served

@@ -2,20 +2,23 @@
 //
 // X keeps no clipboard data: the owner serves every request itself. textport's content is served
 // by a child process, so that it stays served while textport blocks on its input and after
-// textport exits. Each clear starts a new child: forked (never exec'd) from the single-threaded
-// parent, it keeps only its end of a socket pair, puts /dev/null on descriptors 0 to 2, starts a
-// session of its own, opens its own display connection and takes the selection with no content.
-// It serves TARGETS, TIMESTAMP and each content target (INCR above a threshold kept below the
-// server's request limit; no MULTIPLE), ignores protocol errors from requestors that vanish, and
-// leaves through _exit only: when another owner takes the selection (once its INCR transfers
-// have ended) or when its display connection dies. Closing the parent's end does not stop it.
+// textport exits. A clear while the current child still owns the selection has it take the
+// selection afresh at a new server time, with no content; otherwise (the first clear, or after
+// another program took the selection) it starts a new child: forked (never exec'd) from the
+// single-threaded parent, it keeps only its end of a socket pair, puts /dev/null on descriptors 0
+// to 2, starts a session of its own, opens its own display connection and takes the selection with
+// no content. It serves TARGETS, TIMESTAMP and each content target (INCR above a threshold kept
+// below the server's request limit; no MULTIPLE), ignores protocol errors from requestors that
+// vanish, and leaves through _exit only: when another owner takes the selection (once its INCR
+// transfers have ended) or when its display connection dies. Closing the parent's end does not stop
+// it.
 //
 // The line is a byte stream of frames, parent to child, in this machine's byte order:
 //   header (16 bytes)  op (1), format (1), zero (2), target length (4), reply-type length (4),
 //                      data length (4)
 //   then the target name, the reply type name and the data.
 //   ops: 'P' put (replace the target or append it), 'A' add (append unless listed),
-//        'R' remove the target, 'C' clear the content, 'S' sync.
+//        'R' remove the target, 'C' clear the content and take the selection afresh, 'S' sync.
 // Child to parent: 'O' followed by its window id (4 bytes) once XGetSelectionOwner on its own
 // connection confirms that it owns the selection; 'K' for each sync, once everything before
 // it is applied.

@@ -74,7 +74,7 @@ class Server {
 
  private:
   void takeSelection() {
-    const char* names[] = {"CLIPBOARD", "TARGETS", "TIMESTAMP", "INCR", "_TEXTPORT_OWNER_TIME"};
+    const char* names[] = {"CLIPBOARD", "TARGETS", "TIMESTAMP", "INCR"};
     Atom atoms[std::size(names)];
     XInternAtoms(display_, const_cast<char**>(names), static_cast<int>(std::size(names)), False,
                  atoms);
@@ -82,7 +82,6 @@ class Server {
     targets_ = atoms[1];
     timestamp_ = atoms[2];
     incr_ = atoms[3];
-    const Atom stamp = atoms[4];
     const std::size_t limit = static_cast<std::size_t>(XMaxRequestSize(display_)) * 4 - 1024;
     chunk_ = std::min(kIncrChunk, limit) & ~std::size_t{3};
 
@@ -90,8 +89,20 @@ class Server {
     attributes.event_mask = PropertyChangeMask;
     window_ = XCreateWindow(display_, DefaultRootWindow(display_), 0, 0, 1, 1, 0, CopyFromParent,
                             InputOnly, CopyFromParent, CWEventMask, &attributes);
+    if (!own()) _exit(1);
+    std::uint8_t reply[5] = {kOwnedReply};
+    const auto window = static_cast<std::uint32_t>(window_);
+    std::memcpy(reply + 1, &window, sizeof window);
+    if (::send(line_, reply, sizeof reply, MSG_NOSIGNAL) != sizeof reply) _exit(1);
+  }
+
+  // Takes the selection at a fresh server time; again on every clear, so that whoever watches
+  // owner changes (the parent's change count, toolkits' cached target lists) sees new content,
+  // and requests timed before it are refused like those meant for an earlier owner.
+  bool own() {
     // Owning with CurrentTime is refused by requestors that check times: an empty append to a
     // property of our own window gives a real server time.
+    const Atom stamp = XInternAtom(display_, "_TEXTPORT_OWNER_TIME", False);
     const unsigned char nothing = 0;
     XChangeProperty(display_, window_, stamp, XA_STRING, 8, PropModeAppend, &nothing, 0);
     XFlush(display_);
@@ -102,14 +113,10 @@ class Server {
         ownedSince_ = event.xproperty.time;
         break;
       }
-      if (waitFor(ConnectionNumber(display_), POLLIN, deadline) == 0) _exit(1);
+      if (waitFor(ConnectionNumber(display_), POLLIN, deadline) == 0) return false;
     }
     XSetSelectionOwner(display_, clipboard_, window_, ownedSince_);
-    if (XGetSelectionOwner(display_, clipboard_) != window_) _exit(1);
-    std::uint8_t reply[5] = {kOwnedReply};
-    const auto window = static_cast<std::uint32_t>(window_);
-    std::memcpy(reply + 1, &window, sizeof window);
-    if (::send(line_, reply, sizeof reply, MSG_NOSIGNAL) != sizeof reply) _exit(1);
+    return XGetSelectionOwner(display_, clipboard_) == window_;
   }
 
   int pollTimeout() const {
@@ -324,6 +331,7 @@ class Server {
     }
     if (op == OwnerOp::clear) {
       content_.clear();
+      if (!lost_ && !own()) lost_ = true;
       return;
     }
     const Atom atom = XInternAtom(display_, target.c_str(), False);
