@@ -7,11 +7,15 @@ namespace textport::x11 {
 namespace {
 // Callers see failures through return values and replies; the error event itself says nothing
 // more to them.
-int ignoreProtocolError(Display* /*display*/, XErrorEvent* /*error*/) { return 0; }
+int ignoreProtocolError(Display* /*display*/, XErrorEvent* /*error*/) {
+  return 0;
+}
 
 // Xlib cannot continue once the server connection is gone; leave without printing anything, with
 // the status every other end of the process has.
-int endQuietly(Display* /*display*/) { std::_Exit(0); }
+int endQuietly(Display* /*display*/) {
+  std::_Exit(0);
+}
 }  // namespace
 
 Display* openQuietDisplay() {
