@@ -1,10 +1,12 @@
 // The simulated desktop's own rules: world files and their mistakes, live text fields, trust,
-// messaging timeouts and what the record says about them, lazy pasteboard types, the Copy
-// behaviour, input counters and failures, and the timeline.
-// Proven elsewhere: the pasteboard's round trips and change count, the clock, posted events
-// raising the counters, equal handles and the UUIDs by the platform contract; exact virtual
-// time, the state file, the accessibility switch and Command-V pasting into the focused field by
-// the scenario files; timeline entries that fall inside a request by the delivery tests; the
+// messaging timeouts and what the record says about them, the Copy behaviour, input counters and
+// failures.
+// Proven elsewhere: the pasteboard's round trips, reads from the first item that lists a type,
+// the change count, the clock, posted events raising the counters, equal handles and the UUIDs by
+// the platform contract; exact virtual time, the state file, the accessibility switch, promised
+// pasteboard types, a write after a clear that leaves the change count alone, Command-V pasting
+// into the focused field and the timeline (in order, once, never as posted events) by the
+// scenario files; timeline entries that fall inside a request by the delivery tests; the
 // system-wide element, focus and text markers by the element-helper and capture tests.
 #include <gtest/gtest.h>
 
@@ -136,19 +138,6 @@ TEST(SimAccessibility, RequestCostsItsLatencyOrExactlyTheTimeoutInForce) {
   }
 }
 
-// Copies of other kinds are proven by the capture tests' copy worlds.
-TEST(SimPasteboard, OnlyAClearRaisesTheCountAndReadsFindTheFirstItemListingTheType) {
-  auto sim = loadWorld(R"({"pasteboard": [[{"type": "promise", "lazy": true}],
-      [{"type": "public.utf8-plain-text", "text": "second"}]], "pasteboard_change_count": 7})");
-  EXPECT_EQ(pasteboardText(*sim), "[promise=;][public.utf8-plain-text=second;]");
-  EXPECT_FALSE(sim->pasteboardData("promise"));  // a promise lists itself but gives nothing
-  EXPECT_EQ(sim->pasteboardString(kPlainTextType), "second");
-  EXPECT_EQ(sim->clearPasteboard(), 8);
-  sim->setPasteboardString("text", kPlainTextType);
-  sim->writePasteboardItems({{{"a", {'3'}}}});
-  EXPECT_EQ(sim->changeCount(), 8);
-}
-
 TEST(SimCopyBehaviours, ACopyLandsAfterItsDelayInOneOrTwoStepsEvenAfterATimedOutPress) {
   struct Case {
     const char* behaviour;
@@ -202,26 +191,6 @@ TEST(SimInput, OnlyPressesMoveThePressCountersAndEventsFailWhereTheWorldSaysSo) 
   EXPECT_TRUE(failing->createKeyboardEvent({}, 9, true));
   EXPECT_FALSE(failing->createKeyboardEvent({}, 9, false));
   EXPECT_FALSE(failing->pointerLocation());
-}
-
-// Entries keyed to requests and pasteboard writes by other programs are proven by the scenario
-// files; a right click by the activity counters' scenario.
-TEST(SimTimeline, EntriesFireOnceInTimeOrderAndAreNotPostedByTheProcess) {
-  auto sim = loadWorld(oneField());
-  for (const char* entry : {R"({"at": 0.5, "focus": "win"})", R"({"at": 0.2, "key": 0})",
-                            R"({"at": 0.3, "click": {"at": [1, 2]}})"}) {
-    ASSERT_FALSE(sim->schedule(entry)) << entry;
-  }
-  sim->sleep(0.25);
-  EXPECT_EQ(sim->counter(EventType::keyDown), 1u);
-  EXPECT_EQ(sim->counter(EventType::leftMouseDown), 0u);
-  sim->drainTimeline();
-  sim->sleep(-1);  // a negative wait does not turn time back
-  EXPECT_DOUBLE_EQ(sim->time(), 0.5);
-  EXPECT_EQ(sim->focusedId(10), "win");
-  EXPECT_EQ(sim->counter(EventType::leftMouseDown), 1u);
-  EXPECT_EQ(sim->counter(EventType::keyDown), 1u);  // nothing fired twice
-  EXPECT_TRUE(sim->postedEvents().empty());         // the user's input is not "posted"
 }
 
 }  // namespace
