@@ -14,12 +14,6 @@
 
 namespace textport::invariants {
 
-// Whether a posted event is the paste keystroke's key-down.
-inline bool isPasteDown(const sim::PostedEvent& event) {
-  return event.keyboard && event.type == EventType::keyDown && event.keyCode == 9 &&
-         (event.flags & kEventFlagMaskCommand) != 0;
-}
-
 // The pasteboard as it can be saved: a promised type that gives no data cannot come back.
 inline std::vector<sim::SimItem> restorable(const std::vector<sim::SimItem>& items) {
   std::vector<sim::SimItem> out;
@@ -62,7 +56,7 @@ class RequestWatch {
     const bool pasteSent = answer.size() == 1 && answer.value("status", "") == "paste_sent";
     std::size_t pastes = 0;
     const auto& posted = desktop.record().posted;
-    for (std::size_t i = posted_; i < posted.size(); ++i) pastes += isPasteDown(posted[i]) ? 1 : 0;
+    for (std::size_t i = posted_; i < posted.size(); ++i) pastes += sim::isCommandV(posted[i]);
     if (pastes != (pasteSent ? 1u : 0u)) {
       return "Command-V posted " + std::to_string(pastes) + " times for " + std::string(line);
     }
@@ -72,10 +66,12 @@ class RequestWatch {
     }
 
     if (!pasteboardKept(desktop, answer)) {
-      return "the user's pasteboard was lost: " + std::string(line) +
-             "\n  before: " + describe(before_) +
-             "\n  after:  " + describe(desktop.pasteboardContents()) +
-             "\n  writes: " + writesSince(desktop);
+      std::string writes;
+      const auto& all = desktop.record().pasteboardWrites;
+      for (std::size_t i = writes_; i < all.size(); ++i) {
+        writes += " " + all[i].writer + ":" + all[i].operation + "@" + std::to_string(all[i].time);
+      }
+      return "the user's pasteboard was lost: " + std::string(line) + "\n  writes:" + writes;
     }
     return std::nullopt;
   }
@@ -119,27 +115,6 @@ class RequestWatch {
       if (write.writer == "textport" && write.time >= *pressed) return true;
     }
     return false;
-  }
-
-  static std::string describe(const std::vector<sim::SimItem>& items) {
-    std::string out;
-    for (const auto& item : items) {
-      out += "[";
-      for (const auto& r : item) {
-        out += r.type + (r.data ? "=" + std::to_string(r.data->size()) + "B " : "=lazy ");
-      }
-      out += "]";
-    }
-    return out;
-  }
-  std::string writesSince(const sim::SimDesktop& desktop) const {
-    std::string out;
-    const auto& writes = desktop.record().pasteboardWrites;
-    for (std::size_t i = writes_; i < writes.size(); ++i) {
-      out +=
-          writes[i].writer + ":" + writes[i].operation + "@" + std::to_string(writes[i].time) + " ";
-    }
-    return out;
   }
 
   std::vector<sim::SimItem> before_;
