@@ -17,6 +17,7 @@
 #include "property/request_invariants.h"
 #include "request/request_loop.h"
 #include "session/session.h"
+#include "support/desk.h"
 
 namespace textport {
 namespace {
@@ -67,20 +68,11 @@ json randomPasteboard(Dice& dice) {
   return items;
 }
 
-// An editor with a title and a body and a Copy item, and the chat application with its
-// composer; what the user and the applications do is drawn from the dice.
+// The editor with a title, a body and a Copy item, and the chat application with its composer,
+// of tests/worlds/random_template.json; what the user and the applications do is drawn from the
+// dice.
 json randomWorld(Dice& dice) {
-  json world = json::parse(R"({"timeline": [], "apps": [
-    {"pid": 501, "bundle": "com.apple.TextEdit", "name": "TextEdit", "tree": {"children": [
-      {"id": "doc", "frame": [0, 0, 800, 600], "window_number": 7, "children": [
-        {"id": "title", "role": "AXTextField", "value": "Title", "frame": [0, 0, 800, 20]},
-        {"id": "body", "role": "AXTextArea", "identifier": "body", "frame": [0, 20, 800, 580]}]}]},
-     "menu_bar": {"id": "menus", "children": [{"id": "edit", "role": "AXMenuBarItem", "children": [
-       {"id": "copy", "role": "AXMenuItem", "cmd_char": "c", "copies": true}]}]}},
-    {"pid": 600, "bundle": "com.tencent.xinWeChat", "name": "WeChat", "tree": {"children": [
-      {"id": "chat-window", "frame": [0, 0, 1000, 800], "window_number": 42, "children": [
-        {"id": "messages", "role": "AXList", "frame": [250, 0, 750, 560]},
-        {"id": "composer", "role": "AXTextArea", "frame": [260, 610, 730, 180]}]}]}}]})");
+  json world = json::parse(testing::worldFile("random_template.json"));
   json& editor = world["apps"][0];
   json& body = editor["tree"]["children"][0]["children"][1];
   json& chat = world["apps"][1];

@@ -23,16 +23,11 @@ inline std::unique_ptr<sim::SimDesktop> loadWorld(std::string_view json) {
   return loaded ? std::move(loaded.desktop) : std::make_unique<sim::SimDesktop>();
 }
 
-// A file of the source tree as text, e.g. sourceFile("tests/worlds/editor.json").
-inline std::string sourceFile(const std::string& path) {
-  std::stringstream text;
-  text << std::ifstream(std::string(TEXTPORT_SOURCE_DIR) + "/" + path).rdbuf();
-  return text.str();
-}
-
 // A world file of tests/worlds/ as text.
 inline std::string worldFile(const std::string& name) {
-  return sourceFile("tests/worlds/" + name);
+  std::stringstream text;
+  text << std::ifstream(std::string(TEXTPORT_SOURCE_DIR) + "/tests/worlds/" + name).rdbuf();
+  return text.str();
 }
 
 struct Desk {
