@@ -1,11 +1,11 @@
-// The element helpers: rectangles, frontmost application, selected-text reading. Whose focused
-// element is taken (only the system-wide fallback is compared with the application's process) is
-// shown by a scenario; the fallback's short timeout by the capture budget of the target tests.
+// The element helpers: rectangles and the frontmost application. Scenarios show whose focused
+// element is taken (only the system-wide fallback is compared with the application's process) and
+// how the selected text is read (the attribute, else text markers, else Copy); the target tests'
+// capture budget holds the fallback's short timeout.
 #include "accessibility/element_helpers.h"
 
 #include <gtest/gtest.h>
 
-#include "accessibility/selected_text.h"
 #include "support/desk.h"
 
 namespace textport {
@@ -54,37 +54,6 @@ TEST(Frontmost, PrefersTheAccessibilityAnswerAndFallsBackToTheWorkspace) {
   ASSERT_EQ(desk.sim().record().waits.size(), 1u);
   EXPECT_TRUE(desk.sim().record().waits[0].runLoop);
   EXPECT_DOUBLE_EQ(desk.sim().record().waits[0].seconds, 0.005);
-}
-
-TEST(SelectedText, ReadsTheAttributeFirstAndTextMarkersOnlyWhenItIsEmpty) {
-  // An empty selection whose text markers give the attributed string `answer`.
-  const auto markers = [](const std::string& answer) {
-    return R"("value": "abc", "selected_range": [1, 0], "attributes": {"AXSelectedTextMarkerRange":
-        {"marker": "m"}}, "parameterized": {"AXAttributedStringForTextMarkerRange": )" +
-           answer + "}";
-  };
-  struct Case {
-    std::string field;
-    std::optional<std::string> text;
-    std::size_t markerRequests;
-  };
-  const Case cases[] = {
-      {R"("value": "a   b", "selected_range": [1, 3])", "   ", 0},
-      {R"("value": "abc", "selected_range": [0, 3], "text_marker": true)", "abc", 1},
-      {markers(R"({"attributed": "from markers"})"), "from markers", 1},
-      {markers(R"({"attributed": ""})"), std::nullopt, 1},
-      {markers(R"("plain string")"), std::nullopt, 1},
-      {R"("role": "AXGroup")", std::nullopt, 0},
-  };
-  for (const Case& c : cases) {
-    Desk desk(std::string(R"({"apps": [{"pid": 1, "tree": {"children": [{"id": "w", "children": [
-        {"id": "f", "role": "AXTextArea", )") +
-              c.field + "}]}]}}]}");
-    EXPECT_EQ(selectedText(desk.sim(), node(1, "f")), c.text) << c.field;
-    EXPECT_EQ(desk.sim().record().count("parameterized", "AXAttributedStringForTextMarkerRange"),
-              c.markerRequests)
-        << c.field;
-  }
 }
 
 }  // namespace
