@@ -1,7 +1,7 @@
-// The element helpers: rectangles and the frontmost application. Scenarios show whose focused
-// element is taken (only the system-wide fallback is compared with the application's process) and
-// how the selected text is read (the attribute, else text markers, else Copy); the target tests'
-// capture budget holds the fallback's short timeout.
+// Which application is frontmost. Scenarios show the other element helpers: whose focused element
+// is taken (only the system-wide fallback is compared with the application's process), how the
+// selected text is read (the attribute, else text markers, else Copy) and when an element has a
+// rectangle; the target tests' capture budget holds the focus fallback's short timeout.
 #include "accessibility/element_helpers.h"
 
 #include <gtest/gtest.h>
@@ -12,33 +12,6 @@ namespace textport {
 namespace {
 
 using testing::Desk;
-
-Element node(Pid pid, const char* id) {
-  return sim::makeElement(sim::ElementKind::node, pid, id);
-}
-
-TEST(ElementRect, NeedsAPositionAndAPositiveSize) {
-  struct Case {
-    const char* attributes;
-    std::optional<Rect> rect;
-  };
-  const Case cases[] = {
-      {R"({"AXPosition": {"point": [-1440, -20]}, "AXSize": {"size": [300, 200]}})",
-       Rect{{-1440, -20}, {300, 200}}},
-      {R"({"AXPosition": {"point": [0, 0]}, "AXSize": {"size": [0, 200]}})", std::nullopt},
-      {R"({"AXPosition": {"point": [0, 0]}, "AXSize": {"size": [300, -1]}})", std::nullopt},
-      {R"({"AXPosition": {"point": [0, 0]}})", std::nullopt},
-      {R"({"AXSize": {"size": [300, 200]}})", std::nullopt},
-      {R"({"AXPosition": {"size": [0, 0]}, "AXSize": {"size": [300, 200]}})", std::nullopt},
-      {R"({"AXPosition": [0, 0], "AXSize": {"size": [300, 200]}})", std::nullopt},
-  };
-  for (const Case& c : cases) {
-    Desk desk(
-        std::string(R"({"apps": [{"pid": 1, "tree": {"children": [{"id": "w", "attributes": )") +
-        c.attributes + "}]}}]}");
-    EXPECT_EQ(elementRect(desk.sim(), node(1, "w")), c.rect) << c.attributes;
-  }
-}
 
 TEST(Frontmost, PrefersTheAccessibilityAnswerAndFallsBackToTheWorkspace) {
   Desk desk(R"({"frontmost": 2, "apps": [{"pid": 2}]})");
