@@ -77,10 +77,7 @@ TEST(MacTextTest, Utf8BecomesThePlatformsUnitsOrNoStringWhenItIsNotUtf8) {
       {"an encoded surrogate", "\xED\xA0\xBD", std::nullopt},
       {"above U+10FFFF", "\xF4\x90\x80\x80", std::nullopt},
       {"cut short at the end", "ab\xE4\xB8", std::nullopt},
-      {"cut short by the next character",
-       "\xE4\xB8"
-       "a",
-       std::nullopt},
+      {"cut short by the next character", std::string("\xE4\xB8") + 'a', std::nullopt},
   };
   for (const auto& row : rows) {
     const auto string = mac::toCFString(row.utf8);

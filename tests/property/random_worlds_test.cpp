@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "platform/sim/sim_desktop.h"
+#include "platform/sim/sim_text.h"
 #include "property/request_invariants.h"
 #include "request/request_loop.h"
 #include "session/session.h"
@@ -124,10 +125,7 @@ struct Capture {
 // A change the user makes between two requests, as a timeline entry that happens at once.
 json randomChange(Dice& dice, const sim::SimDesktop& desktop) {
   // The body's length in UTF-16 code units, so a new selection always lies inside it.
-  int length = 0;
-  for (unsigned char c : desktop.fieldValue("body").value_or("")) {
-    if ((c & 0xC0) != 0x80) length += c >= 0xF0 ? 2 : 1;
-  }
+  const int length = static_cast<int>(sim::toUtf16(desktop.fieldValue("body").value_or("")).size());
   const int location = dice.upTo(length);
   const int kind = dice.upTo(7);
   if (kind == 0)
