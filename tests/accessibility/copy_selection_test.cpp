@@ -23,10 +23,6 @@ std::optional<std::string> copyFrom(Desk& desk, std::optional<std::int64_t> leng
   return copySelection(desk.sim(), application, kTerminal, length);
 }
 
-std::size_t presses(const Desk& desk) {
-  return desk.desktop->record().count("action", "AXPress");
-}
-
 // A pasteboard of more than 10 MiB cannot be saved, so nothing is copied over it.
 TEST(CopySelection, ReturnsTheCopiedTextAndRestoresEveryItemAndTypeOfUpToTenMebibytes) {
   const sim::SimItem text = {{"public.utf8-plain-text", Bytes{'h', 'i'}},
@@ -54,7 +50,7 @@ TEST(CopySelection, ReturnsTheCopiedTextAndRestoresEveryItemAndTypeOfUpToTenMebi
     Desk desk(kCopyRoute);
     desk.sim().pasteboard().load(c.before, 100);
     EXPECT_EQ(copyFrom(desk), c.text);
-    EXPECT_EQ(presses(desk), c.text ? 1u : 0u);
+    EXPECT_EQ(desk.sim().record().count("action", "AXPress"), c.text ? 1u : 0u);
     EXPECT_TRUE(desk.sim().pasteboardContents() == c.after) << pasteboardText(desk.sim()).size();
   }
 }
@@ -112,7 +108,7 @@ TEST(CopySelection, GivesOnlyCopiedTextAndLeavesThePasteboardAsItWas) {
     const std::string before = pasteboardText(desk.sim());
     EXPECT_EQ(copyFrom(desk, c.length < 0 ? std::nullopt : std::optional(c.length)), c.text);
     EXPECT_EQ(pasteboardText(desk.sim()), before);
-    EXPECT_EQ(presses(desk), c.presses);
+    EXPECT_EQ(desk.sim().record().count("action", "AXPress"), c.presses);
     EXPECT_EQ(desk.sim().record().writesBy("textport") > 0, c.restores);
     EXPECT_TRUE(c.length != 0 || desk.sim().record().requests.empty()) << "asked for nothing";
     if (c.waitsOut) {

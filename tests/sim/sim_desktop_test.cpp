@@ -67,11 +67,8 @@ TEST(SimWorld, LoadingFailsWithSourcePathAndReason) {
 }
 
 TEST(SimAccessibility, TextFieldDerivesItsAttributesUnlessOverriddenOrFailing) {
-  auto sim = loadWorld(
-      R"({"apps": [{"pid": 10, "latency": 0.2, "tree": {"children": [{"id": "w", "children": [
-      {"id": "f", "role": "AXTextArea", "value": "a😀bc", "selected_range": [1, 3]},
-      {"id": "g", "value": "x", "attributes": {"AXRole": {"int": 3}, "AXParent": {"element": "f"}},
-       "errors": {"AXValue": "cannot_complete"}}]}]}}]})");
+  // "f" holds "a😀bc" with "😀b" selected; "g" overrides its role and parent and fails AXValue.
+  auto sim = loadWorld(textport::testing::worldFile("text_fields.json"));
   const auto value = [&](const char* id, const char* name) {
     return sim->copyAttributeValue(node(id), name);
   };
