@@ -19,17 +19,6 @@ constexpr double kAvailabilityTimeout = 0.5;
 // How many elements the walk that stands in for a Collection search may visit.
 constexpr std::size_t kSearchLimit = 400;
 
-AXResult ok(Value value) {
-  return {kAXErrorSuccess, std::move(value)};
-}
-AXResult fail(AXError error) {
-  return {error, {}};
-}
-// The request's own failure when it failed, else `otherwise`.
-AXResult failed(const AtspiRequest& request, AXError otherwise) {
-  return fail(request.ok() ? otherwise : request.error());
-}
-
 // libatspi and GLib report D-Bus trouble through GLib's log, which writes to standard error.
 // The product writes nothing there, so messages of every domain without a handler of its own
 // are dropped (the handler is process-wide and holds no state).

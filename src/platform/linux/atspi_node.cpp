@@ -15,16 +15,6 @@ constexpr int kMaxDepth = 64;
 constexpr int kMaxMenuNesting = 16;
 constexpr auto kMenuPollInterval = std::chrono::milliseconds(2);
 
-AXResult ok(Value value) {
-  return {kAXErrorSuccess, std::move(value)};
-}
-AXResult fail(AXError error) {
-  return {error, {}};
-}
-AXResult failed(const AtspiRequest& request, AXError otherwise) {
-  return fail(request.ok() ? otherwise : request.error());
-}
-
 std::u16string unitsOf(const std::string& text) {
   return utf16Of(text, false).value_or(std::u16string{});
 }

@@ -102,4 +102,16 @@ class AtspiRequest {
   AXError error_ = kAXErrorSuccess;
 };
 
+// Answers of one accessibility request.
+inline AXResult ok(Value value) {
+  return {kAXErrorSuccess, std::move(value)};
+}
+inline AXResult fail(AXError error) {
+  return {error, {}};
+}
+// The request's own failure when it failed, else `otherwise`.
+inline AXResult failed(const AtspiRequest& request, AXError otherwise) {
+  return fail(request.ok() ? otherwise : request.error());
+}
+
 }  // namespace textport::x11

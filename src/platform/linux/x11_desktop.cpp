@@ -163,18 +163,9 @@ class Desktop final : public X11Desktop {
   }
 
   std::optional<Point> pointerLocation() override {
-    Window rootReturn = None;
-    Window child = None;
-    int x = 0;
-    int y = 0;
-    int windowX = 0;
-    int windowY = 0;
-    unsigned int mask = 0;
-    if (XQueryPointer(display_, root_, &rootReturn, &child, &x, &y, &windowX, &windowY, &mask) ==
-        False) {
-      return std::nullopt;
-    }
-    return Point{static_cast<double>(x), static_cast<double>(y)};
+    const std::optional<Pointer> pointer = queryPointer();
+    if (!pointer) return std::nullopt;
+    return pointer->location;
   }
 
   bool postPaste(bool terminal) override {
@@ -197,6 +188,25 @@ class Desktop final : public X11Desktop {
   }
 
  private:
+  struct Pointer {
+    Point location;
+    Window window;  // the top-level window under it
+  };
+  std::optional<Pointer> queryPointer() {
+    Window rootReturn = None;
+    Window child = None;
+    int x = 0;
+    int y = 0;
+    int windowX = 0;
+    int windowY = 0;
+    unsigned int mask = 0;
+    if (XQueryPointer(display_, root_, &rootReturn, &child, &x, &y, &windowX, &windowY, &mask) ==
+        False) {
+      return std::nullopt;
+    }
+    return Pointer{{static_cast<double>(x), static_cast<double>(y)}, child};
+  }
+
   RunningApp describe(Pid pid) {
     RunningApp app{pid, std::nullopt, std::nullopt};
     std::ifstream comm("/proc/" + std::to_string(pid) + "/comm");
@@ -329,15 +339,8 @@ class Desktop final : public X11Desktop {
     int revert = 0;
     XGetInputFocus(display_, &focus, &revert);
     if (focus == PointerRoot) {
-      Window rootReturn = None;
-      Window child = None;
-      int x = 0;
-      int y = 0;
-      int windowX = 0;
-      int windowY = 0;
-      unsigned int mask = 0;
-      XQueryPointer(display_, root_, &rootReturn, &child, &x, &y, &windowX, &windowY, &mask);
-      return child;
+      const std::optional<Pointer> pointer = queryPointer();
+      return pointer ? pointer->window : None;
     }
     return focus;
   }
