@@ -74,7 +74,7 @@ class Server {
 
  private:
   void takeSelection() {
-    const char* names[] = {"CLIPBOARD", "TARGETS", "TIMESTAMP", "INCR"};
+    const char* names[] = {"CLIPBOARD", "TARGETS", "TIMESTAMP", "INCR", "_TEXTPORT_OWNER_TIME"};
     Atom atoms[std::size(names)];
     XInternAtoms(display_, const_cast<char**>(names), static_cast<int>(std::size(names)), False,
                  atoms);
@@ -82,6 +82,7 @@ class Server {
     targets_ = atoms[1];
     timestamp_ = atoms[2];
     incr_ = atoms[3];
+    stamp_ = atoms[4];
     const std::size_t limit = static_cast<std::size_t>(XMaxRequestSize(display_)) * 4 - 1024;
     chunk_ = std::min(kIncrChunk, limit) & ~std::size_t{3};
 
@@ -102,9 +103,8 @@ class Server {
   bool own() {
     // Owning with CurrentTime is refused by requestors that check times: an empty append to a
     // property of our own window gives a real server time.
-    const Atom stamp = XInternAtom(display_, "_TEXTPORT_OWNER_TIME", False);
     const unsigned char nothing = 0;
-    XChangeProperty(display_, window_, stamp, XA_STRING, 8, PropModeAppend, &nothing, 0);
+    XChangeProperty(display_, window_, stamp_, XA_STRING, 8, PropModeAppend, &nothing, 0);
     XFlush(display_);
     const double deadline = monotonicNow() + kStartTimeout;
     for (;;) {
@@ -361,6 +361,7 @@ class Server {
   Atom targets_ = None;
   Atom timestamp_ = None;
   Atom incr_ = None;
+  Atom stamp_ = None;  // a property of our own window, appended to for a server time
   Time ownedSince_ = CurrentTime;
   std::size_t chunk_ = kIncrChunk;
   bool lost_ = false;
