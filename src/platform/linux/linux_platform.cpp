@@ -9,6 +9,7 @@
 #include <random>
 
 #include "platform/host_platform.h"
+#include "platform/linux/x11_clipboard_wait.h"
 
 namespace textport {
 
@@ -234,9 +235,7 @@ bool LinuxPlatform::mayPostEvents() {
 // --- Time and identity ---
 
 double LinuxPlatform::now() {
-  timespec time{};
-  clock_gettime(CLOCK_MONOTONIC, &time);
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+  return monotonicNow();
 }
 
 void LinuxPlatform::sleep(double seconds) {

@@ -1,5 +1,5 @@
-// Deadlines for the clipboard's waits: every wait is a poll() on a descriptor, bounded by a
-// point on the monotonic clock, never a sleep.
+// The Linux backend's monotonic clock, and deadlines for the clipboard's waits: every wait is a
+// poll() on a descriptor, bounded by a point on that clock, never a sleep.
 #pragma once
 
 #include <poll.h>
