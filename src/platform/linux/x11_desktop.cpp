@@ -1,18 +1,15 @@
 #include "platform/linux/x11_desktop.h"
 
-#include <X11/XKBlib.h>
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/XInput2.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
-#include <signal.h>
 
 #include <algorithm>
 #include <array>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <sstream>
 
@@ -283,46 +280,55 @@ class Desktop final : public X11Desktop {
   // Only reads: an atom nobody made yet names no property anywhere.
   Atom atom(const char* name) { return XInternAtom(display_, name, True); }
 
-  // A property of 32-bit values of that type; empty when missing.
-  std::vector<unsigned long> cardinals(Window window, const char* name, Atom type) {
-    Atom actualType = None;
+  struct XFreeData {
+    void operator()(unsigned char* data) const { XFree(data); }
+  };
+  // One property as the server gives it (32-bit items arrive as longs); type None when missing.
+  struct Property {
+    Atom type = None;
     int format = 0;
     unsigned long count = 0;
+    std::unique_ptr<unsigned char, XFreeData> data;
+  };
+
+  Property readProperty(Window window, const char* name, Atom type, long length) {
+    Property property;
     unsigned long after = 0;
     unsigned char* data = nullptr;
-    if (XGetWindowProperty(display_, window, atom(name), 0, 1024, False, type, &actualType, &format,
-                           &count, &after, &data) != Success ||
-        actualType != type || format != 32) {
-      if (data != nullptr) XFree(data);
-      return {};
-    }
-    const auto* values = reinterpret_cast<const unsigned long*>(data);
-    std::vector<unsigned long> result(values, values + count);
-    XFree(data);
+    const bool read =
+        XGetWindowProperty(display_, window, atom(name), 0, length, False, type, &property.type,
+                           &property.format, &property.count, &after, &data) == Success;
+    property.data.reset(data);
+    if (!read || data == nullptr) property.type = None;
+    return property;
+  }
+
+  // A property of 32-bit values of that type; empty when missing.
+  std::vector<unsigned long> cardinals(Window window, const char* name, Atom type) {
+    const Property property = readProperty(window, name, type, 1024);
+    if (property.type != type || property.format != 32) return {};
+    const auto* values = reinterpret_cast<const unsigned long*>(property.data.get());
+    std::vector<unsigned long> result(values, values + property.count);
     return result;
   }
 
+  // The first 32-bit value of a property of that type, unless missing or zero.
+  std::optional<unsigned long> firstCardinal(Window window, const char* name, Atom type) {
+    const Property property = readProperty(window, name, type, 1);
+    if (property.type != type || property.format != 32 || property.count == 0) return std::nullopt;
+    const unsigned long value = *reinterpret_cast<const unsigned long*>(property.data.get());
+    if (value == 0) return std::nullopt;
+    return value;
+  }
+
   std::optional<std::string> textProperty(Window window, const char* name) {
-    Atom actualType = None;
-    int format = 0;
-    unsigned long count = 0;
-    unsigned long after = 0;
-    unsigned char* data = nullptr;
-    if (XGetWindowProperty(display_, window, atom(name), 0, 4096, False, AnyPropertyType,
-                           &actualType, &format, &count, &after, &data) != Success ||
-        actualType == None || format != 8) {
-      if (data != nullptr) XFree(data);
-      return std::nullopt;
-    }
-    std::string text(reinterpret_cast<const char*>(data), count);
-    XFree(data);
-    return text;
+    const Property property = readProperty(window, name, AnyPropertyType, 4096);
+    if (property.type == None || property.format != 8) return std::nullopt;
+    return std::string(reinterpret_cast<const char*>(property.data.get()), property.count);
   }
 
   std::optional<Window> windowProperty(Window window, const char* name) {
-    const auto values = cardinals(window, name, XA_WINDOW);
-    if (values.empty() || values[0] == None) return std::nullopt;
-    return static_cast<Window>(values[0]);
+    return firstCardinal(window, name, XA_WINDOW);
   }
 
   // A window manager is alive when its check window names itself (a stale property outlives it).
@@ -346,9 +352,9 @@ class Desktop final : public X11Desktop {
   }
 
   std::optional<Pid> pidOf(Window window) {
-    const auto values = cardinals(window, "_NET_WM_PID", XA_CARDINAL);
-    if (values.empty() || values[0] == 0) return std::nullopt;
-    return static_cast<Pid>(values[0]);
+    const auto pid = firstCardinal(window, "_NET_WM_PID", XA_CARDINAL);
+    if (!pid) return std::nullopt;
+    return static_cast<Pid>(*pid);
   }
 
   std::vector<Window> childrenOf(Window window) {
