@@ -104,7 +104,9 @@ JsonObject deliver(Session& session, const JsonObject& request) {
 
   const Element application = applicationElement(platform, *targetPid, kApplicationTimeout);
   const std::uint32_t allowed = allowedKeyEvents(request);
-  const PasteJob job{*text, *targetPid, application, *record, *presented, allowed};
+  PasteJob job{*text, *targetPid, application, *record, *presented, allowed};
+  job.restoreAfterRead = readBool(request, "restore_after_read") == std::optional<bool>(true);
+  job.transient = readBool(request, "transient") == std::optional<bool>(true);
 
   if (record->conversation()) {
     if (auto refusal = checkConversation(platform, application, *record, allowed)) {

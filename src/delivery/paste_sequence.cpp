@@ -9,6 +9,7 @@
 #include "capture/target_description.h"
 #include "clipboard/pasteboard_snapshot.h"
 #include "delivery/delivery_messages.h"
+#include "delivery/restore_after_read.h"
 
 namespace textport {
 
@@ -54,7 +55,12 @@ JsonObject pasteSequence(Session& session, const PasteJob& job) {
 
   const PasteboardSnapshot saved = snapshotPasteboard(platform);
   platform.clearPasteboard();
-  platform.setPasteboardString(job.text, kPlainTextType);
+  if (job.restoreAfterRead) {
+    platform.setWatchedPasteboardString(job.text);
+  } else {
+    platform.setPasteboardString(job.text, kPlainTextType);
+  }
+  if (job.transient) platform.markPasteboardTransient();
   const std::int64_t staged = platform.pasteboardChangeCount();
 
   // A different change count means somebody wrote after the staging; their content wins.
@@ -67,16 +73,22 @@ JsonObject pasteSequence(Session& session, const PasteJob& job) {
     return errorAnswer(*exit);
   }
 
-  // Nothing lies between the final check and the keystroke.
+  // Nothing but counting the reads so far lies between the final check and the keystroke.
+  const std::uint64_t readsAtKeystroke = job.restoreAfterRead ? platform.watchedTextReads() : 0;
   if (!platform.postPasteShortcut()) {
     // No keystroke went out, so the staged text is ours alone to take back.
     restore(platform, saved);
     return errorAnswer(msg::kEventCreationFailed);
   }
 
-  platform.sleep(kPasteWait);
+  if (!job.restoreAfterRead) {
+    platform.sleep(kPasteWait);
+    restoreUnlessOverwritten();
+    return JsonObject{{"status", msg::kPasteSent}};
+  }
+  const bool read = waitForRead(platform, readsAtKeystroke, staged);
   restoreUnlessOverwritten();
-  return JsonObject{{"status", msg::kPasteSent}};
+  return JsonObject{{"read", read}, {"status", msg::kPasteSent}};
 }
 
 }  // namespace textport

@@ -16,6 +16,8 @@ struct PasteJob {
   const CapturedTarget& record;
   const JsonObject& presented;     // the description the client sent back
   std::uint32_t allowedKeyEvents;  // already clamped
+  bool restoreAfterRead = false;   // restore once the target has read, and say whether it did
+  bool transient = false;          // keep the staged text out of clipboard-manager history
 };
 
 // Runs the sequence and gives the final answer of "deliver".

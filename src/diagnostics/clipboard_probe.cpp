@@ -36,6 +36,9 @@ JsonObject probeClipboard(Session& session, const JsonObject& request) {
     platform.clearPasteboard();
     platform.setPasteboardString(kMarkerText, kPlainTextType);
     platform.setPasteboardData(markerBytes(), kMarkerType);
+    if (readBool(request, "transient") == std::optional<bool>(true)) {
+      platform.markPasteboardTransient();
+    }
     return ok(true);
   }
   if (mode == "check") {

@@ -214,6 +214,17 @@ class Platform {
   virtual std::optional<Bytes> pasteboardData(const std::string& type) = 0;
   // Adds new items, each built from its pairs in order, in one write (writeObjects:).
   virtual bool writePasteboardItems(const std::vector<PasteboardItem>& items) = 0;
+  // Writes text as the plain text of the first item so that its reads can be counted, creating
+  // the item if needed (macOS: a data provider gives the text when asked; X11: the selection
+  // owner answers each request). Otherwise like setPasteboardString with the plain-text type.
+  virtual bool setWatchedPasteboardString(const std::string& text) = 0;
+  // How often anyone has read the text of the last setWatchedPasteboardString; the count stays
+  // once the pasteboard is cleared. Reading it turns nothing: the caller turns the run loop.
+  virtual std::uint64_t watchedTextReads() = 0;
+  // Marks the first item as content that clipboard managers leave out of their history
+  // (macOS: the nspasteboard.org transient and auto-generated types; X11: the password-manager
+  // hint that KDE-style managers honour).
+  virtual bool markPasteboardTransient() = 0;
 
   // --- Input events (Quartz event services) ---
   // Events of one type seen by the combined session state (CGEventSourceCounterForEventType).

@@ -146,6 +146,18 @@ bool LinuxPlatform::setPasteboardData(const Bytes& data, const std::string& type
   return clipboard_ && clipboard_->setData(type, data);
 }
 
+bool LinuxPlatform::setWatchedPasteboardString(const std::string& text) {
+  return setPasteboardString(text, kPlainTextType);
+}
+
+std::uint64_t LinuxPlatform::watchedTextReads() {
+  return 0;
+}
+
+bool LinuxPlatform::markPasteboardTransient() {
+  return true;
+}
+
 std::optional<std::string> LinuxPlatform::pasteboardString(const std::string& type) {
   std::optional<Bytes> data = pasteboardData(type);
   if (!data) return std::nullopt;

@@ -43,6 +43,9 @@ class LinuxPlatform final : public Platform {
   std::optional<std::string> pasteboardString(const std::string& type) override;
   std::optional<Bytes> pasteboardData(const std::string& type) override;
   bool writePasteboardItems(const std::vector<PasteboardItem>& items) override;
+  bool setWatchedPasteboardString(const std::string& text) override;
+  std::uint64_t watchedTextReads() override;
+  bool markPasteboardTransient() override;
 
   std::uint32_t eventCounter(EventType type) override;
   EventSource createEventSource() override;

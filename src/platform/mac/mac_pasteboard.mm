@@ -122,6 +122,18 @@ bool MacPlatform::setPasteboardData(const Bytes& data, const std::string& type) 
   });
 }
 
+bool MacPlatform::setWatchedPasteboardString(const std::string& text) {
+  return setPasteboardString(text, kPlainTextType);
+}
+
+std::uint64_t MacPlatform::watchedTextReads() {
+  return 0;
+}
+
+bool MacPlatform::markPasteboardTransient() {
+  return true;
+}
+
 std::optional<std::string> MacPlatform::pasteboardString(const std::string& type) {
   return guarded(std::optional<std::string>(), [&]() -> std::optional<std::string> {
     NSString* typeName = toNSString(type);

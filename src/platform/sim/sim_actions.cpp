@@ -185,7 +185,7 @@ void SimDesktop::landCopy(Pid pid) {
 void SimDesktop::readPaste(Pid pid) {
   SimApp* app = world_.app(pid);
   if (!app) return;
-  const auto text = pasteboard_.data(kPlainTextType);
+  const auto text = pasteboard_.read(kPlainTextType);
   SimNode* node = app->focused ? world_.node(*app->focused) : nullptr;
   if (!text || !node || !node->value) {
     happened("app_paste", "nothing");

@@ -9,6 +9,7 @@ void SimPasteboard::load(std::vector<SimItem> items, std::int64_t changeCount) {
 
 std::int64_t SimPasteboard::clear() {
   items_.clear();
+  watching_ = false;
   return ++changeCount_;
 }
 
@@ -35,6 +36,18 @@ std::optional<Bytes> SimPasteboard::data(const std::string& type) const {
     }
   }
   return std::nullopt;
+}
+
+std::optional<Bytes> SimPasteboard::read(const std::string& type) {
+  std::optional<Bytes> found = data(type);
+  // Only the first item is ever watched, and a read of the type answers from the first item
+  // that lists it.
+  if (watching_ && found && type == kPlainTextType && !items_.empty()) {
+    for (const auto& representation : items_.front()) {
+      if (representation.type == type) ++watchedReads_;
+    }
+  }
+  return found;
 }
 
 std::size_t SimPasteboard::size() const {

@@ -32,12 +32,20 @@ class SimPasteboard {
   // The data of the first item that lists the type; nothing when no item lists it or that
   // item gives no data for it.
   std::optional<Bytes> data(const std::string& type) const;
+  // The same, as a read by someone: a read of watched text is counted.
+  std::optional<Bytes> read(const std::string& type);
   // Sum of the byte lengths of all data.
   std::size_t size() const;
+
+  // From now until the next clear, reads of the first item's plain text are counted.
+  void watchPlainText() { watching_ = true; }
+  std::uint64_t watchedReads() const { return watchedReads_; }
 
  private:
   std::vector<SimItem> items_;
   std::int64_t changeCount_ = 0;
+  bool watching_ = false;
+  std::uint64_t watchedReads_ = 0;
 };
 
 }  // namespace textport::sim
