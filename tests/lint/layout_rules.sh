@@ -4,8 +4,8 @@
 #   below it (table below); nothing includes upward or sideways, so there is no folder cycle;
 # - the core never knows which backend runs it: outside src/platform/ only the seam
 #   (platform/platform.h) and the host factory (platform/host_platform.h, for main.cpp) are
-#   included; a backend includes the seam, the backends' UTF-8/UTF-16 helpers (platform/utf16.h)
-#   and its own folder only;
+#   included; a backend includes the seam, the backends' shared helpers (platform/utf16.h,
+#   platform/paste_key.h) and its own folder only;
 # - only src/platform/<backend>/ talks to a platform (Apple, X11, AT-SPI headers), and the seam
 #   itself includes only standard headers;
 # - the core waits only through the platform's clock (no threads, no real clocks);
@@ -30,8 +30,9 @@ hits=$(grep -rnE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' src | awk -v l
     where = file ":" line ": includes \"" included "\""
     if (from == "platform") {
       if (included != "platform/platform.h" && included != "platform/host_platform.h" &&
-          included != "platform/utf16.h" && index(included, "platform/" path[3] "/") != 1)
-        print where ": a backend includes the seam, platform/utf16.h and its own folder"
+          included != "platform/utf16.h" && included != "platform/paste_key.h" &&
+          index(included, "platform/" path[3] "/") != 1)
+        print where ": a backend includes the seam, the shared helpers and its own folder"
     } else if (to == "platform") {
       if (included != "platform/platform.h" &&
           !(from == "main.cpp" && included == "platform/host_platform.h"))

@@ -140,6 +140,11 @@ bool SimDesktop::writePasteboardItems(const std::vector<PasteboardItem>& items) 
 }
 
 void SimDesktop::recordWrite(const std::string& writer, const std::string& operation) {
+  // A clipboard manager notices a new owner and looks a little later.
+  if (manager_ && !manager_->looking && manager_->seen != pasteboard_.changeCount()) {
+    manager_->looking = true;
+    timeline_.add({clock_.now() + manager_->delay, std::nullopt, ManagerLooks{}});
+  }
   if (!record_.recording()) return;
   record_.add(record_.pasteboardWrites,
               PasteboardWriteEntry{clock_.now(), writer, operation, pasteboard_.items(),
@@ -158,6 +163,8 @@ Event SimDesktop::createKeyboardEvent(const EventSource&, std::uint16_t keyCode,
   auto event = std::make_shared<SimEvent>();
   event->event.keyboard = true;
   event->event.keyCode = keyCode;
+  // A source with the session's state gives its events the modifiers held right now.
+  event->event.flags = keyboard_.held;
   event->event.type = keyDown ? EventType::keyDown : EventType::keyUp;
   event->event.location = input_.pointer();
   return Event(event);
@@ -196,11 +203,13 @@ void SimDesktop::postEvent(const Event& event) {
   fireDue();  // an application that reacts without delay has done so when the post returns
 }
 
-// Made from the raw operations, so the simulated failures of event creation apply to it too.
+// Made from the raw operations, so the simulated failures of event creation apply to it too. The
+// key is the one that gives "v" with Command on the keyboard's layout, as on macOS.
 bool SimDesktop::postPasteShortcut() {
+  const std::uint16_t key = keyboard_.pasteKey();
   const EventSource source = createEventSource();
-  const Event down = createKeyboardEvent(source, kKeyCodeV, true);
-  const Event up = down ? createKeyboardEvent(source, kKeyCodeV, false) : Event{};
+  const Event down = createKeyboardEvent(source, key, true);
+  const Event up = down ? createKeyboardEvent(source, key, false) : Event{};
   if (!down || !up) return false;
   // Replacing the whole flag word drops any modifier the user happens to hold.
   setEventFlags(down, kEventFlagMaskCommand);

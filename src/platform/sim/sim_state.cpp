@@ -71,6 +71,7 @@ std::string SimDesktop::stateJson() const {
   }
   state["counters"] = counters;
   state["pointer"] = {input_.pointer().x, input_.pointer().y};
+  if (manager_) state["clipboard_history"] = manager_->history;
   return state.dump(2) + "\n";
 }
 

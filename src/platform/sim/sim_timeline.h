@@ -62,11 +62,15 @@ struct LateAction {  // an action whose request timed out, performed after all
 struct AppPasteReads {  // the application reads the pasteboard for Command-V
   Pid pid = 0;
 };
+struct HoldModifiers {  // the user now holds exactly these modifier keys (event flags)
+  std::uint64_t flags = 0;
+};
+struct ManagerLooks {};  // the clipboard manager looks at a pasteboard that changed hands
 
 using SimAction =
     std::variant<KeyPress, Click, FocusMove, FrontmostSwitch, WindowSwitch, SelectionMove, TextEdit,
                  PasteboardChange, TrustChange, PostPermissionChange, AppCopyLands, AppCopyData,
-                 LateAction, AppPasteReads>;
+                 LateAction, AppPasteReads, HoldModifiers, ManagerLooks>;
 
 struct TimelineEntry {
   std::optional<double> at;                    // fires when virtual time reaches it

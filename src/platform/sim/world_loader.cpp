@@ -20,7 +20,8 @@ class WorldReader {
   void read(const json& document) {
     requireObject(document, "",
                   {"trusted", "frontmost", "counters", "pointer", "pasteboard",
-                   "pasteboard_change_count", "events", "system", "apps", "timeline"});
+                   "pasteboard_change_count", "events", "system", "apps", "timeline", "keyboard",
+                   "clipboard_manager"});
     if (document.contains("apps")) readApps(document["apps"], "apps");
     if (document.contains("system")) readSystem(document["system"], "system");
     checkReferences();
@@ -35,6 +36,13 @@ class WorldReader {
       desktop_.input().setPointer(readPoint(document["pointer"], "pointer"));
     }
     if (document.contains("events")) readEventFailures(document["events"], "events");
+    if (document.contains("keyboard")) readKeyboard(document["keyboard"], "keyboard");
+    if (document.contains("clipboard_manager")) {
+      const std::string p = "clipboard_manager";
+      requireObject(document[p], p, {"delay"});
+      desktop_.addClipboardManager(
+          document[p].contains("delay") ? readDuration(document[p]["delay"], at(p, "delay")) : 0);
+    }
     std::int64_t changeCount = 0;
     if (document.contains("pasteboard_change_count")) {
       changeCount = readInteger(document["pasteboard_change_count"], "pasteboard_change_count", 0,
@@ -319,6 +327,40 @@ class WorldReader {
       f.pointer = readBool(j["pointer_fails"], at(path, "pointer_fails"));
     if (j.contains("post_denied"))
       f.postDenied = readBool(j["post_denied"], at(path, "post_denied"));
+  }
+
+  // A built-in layout with single keys changed: {"layout": "dvorak", "with_command": {"9": "v"}}.
+  void readKeyboard(const json& j, const std::string& path) {
+    requireObject(j, path, {"layout", "with_command"});
+    SimKeyboard keyboard = *SimKeyboard::named("us");
+    if (j.contains("layout")) {
+      const std::string name = readString(j["layout"], at(path, "layout"));
+      const auto named = SimKeyboard::named(name);
+      if (!named) fail(at(path, "layout"), "expected \"us\" or \"dvorak\"");
+      keyboard = *named;
+    }
+    if (j.contains("with_command")) {
+      const std::string p = at(path, "with_command");
+      if (!j["with_command"].is_object()) fail(p, "expected an object of key code -> character");
+      for (const auto& entry : j["with_command"].items()) {
+        const std::string kp = at(p, entry.key());
+        const std::string& code = entry.key();
+        if (code.empty() || code.size() > 3 ||
+            code.find_first_not_of("0123456789") != std::string::npos ||
+            std::stoi(code) >= static_cast<int>(kKeyCodeCount)) {
+          fail(kp, "expected a key code from 0 to 127");
+        }
+        const std::u16string units = toUtf16(readString(entry.value(), kp));
+        char32_t character = units.empty() ? 0 : units[0];
+        if (units.size() == 2 && units[0] >= 0xD800 && units[0] < 0xDC00) {
+          character = 0x10000 + ((units[0] - 0xD800) << 10) + (units[1] - 0xDC00);
+        } else if (units.size() > 1) {
+          fail(kp, "expected one character, or \"\" for none");
+        }
+        keyboard.withCommand[static_cast<std::size_t>(std::stoi(code))] = character;
+      }
+    }
+    desktop_.keyboard() = keyboard;
   }
 
   void checkReferences() const {

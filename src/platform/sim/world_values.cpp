@@ -7,6 +7,7 @@
 #include "platform/sim/sim_text.h"
 #include "platform/sim/sim_world.h"
 #include "platform/sim/world_loader.h"
+#include "platform/sim/sim_keyboard.h"
 
 namespace textport::sim {
 
@@ -248,7 +249,7 @@ TimelineEntry readTimelineEntry(const json& j, const std::string& path, const Si
                                 bool timeRequired) {
   requireObject(j, path,
                 {"at", "before_request", "key", "click", "focus", "frontmost", "focused_window",
-                 "select", "edit", "pasteboard", "trusted", "post_denied"});
+                 "select", "edit", "pasteboard", "trusted", "post_denied", "hold"});
   TimelineEntry entry;
   if (j.contains("at") && j.contains("before_request")) {
     fail(path, "give either \"at\" or \"before_request\", not both");
@@ -266,7 +267,7 @@ TimelineEntry readTimelineEntry(const json& j, const std::string& path, const Si
   if (actions != 1) {
     fail(path,
          "expected exactly one action (key, click, focus, frontmost, focused_window, "
-         "select, edit, pasteboard, trusted or post_denied)");
+         "select, edit, pasteboard, trusted, post_denied or hold)");
   }
   if (j.contains("key")) {
     const json& k = j["key"];
@@ -350,6 +351,16 @@ TimelineEntry readTimelineEntry(const json& j, const std::string& path, const Si
     entry.action = edit;
   } else if (j.contains("pasteboard")) {
     entry.action = PasteboardChange{readPasteboardItems(j["pasteboard"], at(path, "pasteboard"))};
+  } else if (j.contains("hold")) {
+    const std::string p = at(path, "hold");
+    if (!j["hold"].is_array()) fail(p, "expected a list of modifier names");
+    HoldModifiers hold;
+    for (std::size_t i = 0; i < j["hold"].size(); ++i) {
+      const auto flag = modifierFlag(readString(j["hold"][i], at(p, i)));
+      if (!flag) fail(at(p, i), "expected \"shift\", \"control\", \"option\" or \"command\"");
+      hold.flags |= *flag;
+    }
+    entry.action = hold;
   } else if (j.contains("post_denied")) {
     entry.action = PostPermissionChange{readBool(j["post_denied"], at(path, "post_denied"))};
   } else {
