@@ -59,9 +59,8 @@ void SimDesktop::fire(const SimAction& action) {
       Overloaded{
           [&](const KeyPress& key) {
             happened("key", std::to_string(key.keyCode));
-            PostedEvent down{clock_.now(),     EventType::keyDown,
-                             true,             key.keyCode,
-                             key.flags | keyboard_.held, input_.pointer(),
+            PostedEvent down{clock_.now(),     EventType::keyDown,         true,
+                             key.keyCode,      key.flags | keyboard_.held, input_.pointer(),
                              MouseButton::left};
             press(down, true);
             PostedEvent up = down;
@@ -206,7 +205,8 @@ bool SimDesktop::isPasteShortcut(const PostedEvent& event) const {
          (event.flags & kModifierFlags) == kEventFlagMaskCommand;
 }
 
-// Each modifier key that goes down or comes up is one flags-changed event, which is not a key press.
+// Each modifier key that goes down or comes up is one flags-changed event, which is not a key
+// press.
 void SimDesktop::holdModifiers(std::uint64_t flags) {
   happened("hold", std::to_string(flags));
   for (std::uint64_t bit : {kFlagShift, kFlagControl, kFlagOption, kEventFlagMaskCommand}) {

@@ -18,10 +18,10 @@ class WorldReader {
   explicit WorldReader(SimDesktop& desktop) : desktop_(desktop), world_(desktop.world()) {}
 
   void read(const json& document) {
-    requireObject(document, "",
-                  {"trusted", "frontmost", "counters", "pointer", "pasteboard",
-                   "pasteboard_change_count", "events", "system", "apps", "timeline", "keyboard",
-                   "clipboard_manager"});
+    requireObject(
+        document, "",
+        {"trusted", "frontmost", "counters", "pointer", "pasteboard", "pasteboard_change_count",
+         "events", "system", "apps", "timeline", "keyboard", "clipboard_manager"});
     if (document.contains("apps")) readApps(document["apps"], "apps");
     if (document.contains("system")) readSystem(document["system"], "system");
     checkReferences();

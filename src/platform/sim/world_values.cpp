@@ -3,11 +3,11 @@
 #include <cmath>
 #include <limits>
 
+#include "platform/sim/sim_keyboard.h"
 #include "platform/sim/sim_objects.h"
 #include "platform/sim/sim_text.h"
 #include "platform/sim/sim_world.h"
 #include "platform/sim/world_loader.h"
-#include "platform/sim/sim_keyboard.h"
 
 namespace textport::sim {
 
