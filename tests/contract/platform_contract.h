@@ -162,6 +162,24 @@ TYPED_TEST_P(PlatformContract, ChangeCountRisesWhenThePasteboardIsClearedAndWrit
   EXPECT_GT(platform.clearPasteboard(), written);
 }
 
+TYPED_TEST_P(PlatformContract, ReadsOfWatchedTextAreCountedUntilTheNextClear) {
+  Platform& platform = this->platform();
+  platform.clearPasteboard();
+  ASSERT_TRUE(platform.setWatchedPasteboardString("watched"));
+  const std::int64_t staged = platform.pasteboardChangeCount();
+  EXPECT_TRUE(platform.markPasteboardTransient());
+  EXPECT_EQ(platform.pasteboardChangeCount(), staged);  // marking is not a change of hands
+  const std::uint64_t before = platform.watchedTextReads();
+  EXPECT_EQ(platform.pasteboardString(kPlainTextType), "watched");
+  const std::uint64_t read = platform.watchedTextReads();
+  EXPECT_GT(read, before);
+  // After a clear, new text is not watched and the count stays.
+  platform.clearPasteboard();
+  ASSERT_TRUE(platform.setPasteboardString("plain", kPlainTextType));
+  EXPECT_EQ(platform.pasteboardString(kPlainTextType), "plain");
+  EXPECT_EQ(platform.watchedTextReads(), read);
+}
+
 TYPED_TEST_P(PlatformContract, ClockIsMonotonicAndWaitsLastAtLeastAsLongAsAsked) {
   Platform& platform = this->platform();
   const double start = platform.now();
@@ -232,6 +250,7 @@ TYPED_TEST_P(PlatformContract, UuidsAreFreshAndUpperCaseInFiveGroups) {
 REGISTER_TYPED_TEST_SUITE_P(PlatformContract, PasteboardItemsComeBackInOrderWithTheirTypesAndBytes,
                             StringsAndDataWrittenOnTheFirstItemRoundTrip,
                             ChangeCountRisesWhenThePasteboardIsClearedAndWrittenNotWhenRead,
+                            ReadsOfWatchedTextAreCountedUntilTheNextClear,
                             ClockIsMonotonicAndWaitsLastAtLeastAsLongAsAsked,
                             ElementsOfOneApplicationAreEqualAndKnowTheirPid,
                             FrontmostApplicationIsARunningApplication,
