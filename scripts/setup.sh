@@ -11,7 +11,7 @@ packages=(cmake ninja-build g++ pkg-config nlohmann-json3-dev libutf8proc-dev li
           # the Linux backend: AT-SPI2 and X11
           libatspi2.0-dev libx11-dev libxtst-dev libxfixes-dev libxi-dev
           # its end-to-end tests: a headless X server, buses and a GTK3 test application
-          xvfb dbus-daemon libglib2.0-bin at-spi2-core python3-gi gir1.2-gtk-3.0 gir1.2-atspi-2.0)
+          xvfb x11-xkb-utils dbus-daemon libglib2.0-bin at-spi2-core python3-gi gir1.2-gtk-3.0 gir1.2-atspi-2.0)
 
 if [[ "$(uname -s)" == "Darwin" ]]; then
   echo "On macOS, install the dependencies with Homebrew (and Xcode's command line tools):"

@@ -4,7 +4,8 @@
 One JSON request a line on standard input, one answer line each; bytes travel in base64.
 {"own": {"<target>": "<bytes>", ...}} takes the clipboard with these targets and serves them until
 another program takes it over -> {"owned": true}. {"read": true} -> {"targets": {...}}: every data
-target the owner lists, with its bytes ({} when nobody owns the clipboard).
+target the owner lists, with its bytes ({} when nobody owns the clipboard). {"names": true} ->
+{"names": [...]}: the data targets listed, none of them read.
 """
 import base64, json, sys
 import gi
@@ -33,12 +34,15 @@ class ClipboardTool:
         now = GdkX11.x11_get_server_time(self.widget.get_window())
         return {"owned": Gtk.selection_owner_set(self.widget, CLIPBOARD, now)}
 
-    def read(self):
+    def names(self):
         # TARGETS is asked for afresh each time: GTK's cached list can lag behind an owner change.
         listing = self.clipboard.wait_for_contents(Gdk.Atom.intern("TARGETS", False))
         ok, atoms = listing.get_targets() if listing else (False, [])
+        return sorted({atom.name() for atom in atoms if ok} - PROTOCOL_TARGETS)
+
+    def read(self):
         targets = {}
-        for name in sorted({atom.name() for atom in atoms if ok} - PROTOCOL_TARGETS):
+        for name in self.names():
             data = self.clipboard.wait_for_contents(Gdk.Atom.intern(name, False))
             if data is not None and data.get_length() >= 0:
                 targets[name] = base64.b64encode(data.get_data() or b"").decode()
@@ -49,7 +53,9 @@ class ClipboardTool:
             Gtk.main_quit()
             return False
         request = json.loads(line)
-        sys.stdout.write(json.dumps(self.own(request["own"]) if "own" in request else self.read()) + "\n")
+        answer = (self.own(request["own"]) if "own" in request else
+                  {"names": self.names()} if "names" in request else self.read())
+        sys.stdout.write(json.dumps(answer) + "\n")
         sys.stdout.flush()
         return True
 

@@ -41,7 +41,8 @@ def gi_python():
 
 def missing():
     """The packages to install before a session can start, or None."""
-    need = [pkg for prog, pkg in (("Xvfb", "xvfb"), ("dbus-daemon", "dbus-daemon"), ("gdbus", "libglib2.0-bin"))
+    need = [pkg for prog, pkg in (("Xvfb", "xvfb"), ("setxkbmap", "x11-xkb-utils"), ("dbus-daemon", "dbus-daemon"),
+                                  ("gdbus", "libglib2.0-bin"))
             if not shutil.which(prog)] + ([] if any(map(os.path.exists, LAUNCHERS)) else ["at-spi2-core"])
     return " ".join(need + ([] if gi_python() else ["python3-gi gir1.2-gtk-3.0 gir1.2-atspi-2.0"])) or None
 

@@ -5,7 +5,7 @@ separate clipboard process, never by textport's answers alone.
 Usage: test_end_to_end.py TEXTPORT [unittest arguments], or TEXTPORT_BINARY in the environment.
 Inside `desktop_session.py --app -- ...` it joins that session; alone it starts its own.
 """
-import base64, contextlib, hashlib, json, os, select, signal, subprocess, sys, tempfile, time, unittest
+import base64, contextlib, ctypes, hashlib, json, os, select, signal, subprocess, sys, tempfile, time, unittest
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, HERE)
@@ -32,6 +32,18 @@ def utf16(text):
 def digest(items):
     """Clipboard contents in a form whose differences print briefly."""
     return {name: (len(data), data[:24], hashlib.sha256(data).hexdigest()[:12]) for name, data in items.items()}
+
+
+def set_keyboard(layout, variant, group):
+    """The session's keyboard layouts, and the group in use (as a layout switch key would lock it)."""
+    subprocess.run(["setxkbmap", "-layout", layout, "-variant", variant], check=True, timeout=10)
+    x11 = ctypes.cdll.LoadLibrary("libX11.so.6")
+    x11.XOpenDisplay.restype = ctypes.c_void_p
+    display = x11.XOpenDisplay(None)
+    assert display, "no display"
+    x11.XkbLockGroup(ctypes.c_void_p(display), 0x100, group)  # XkbUseCoreKbd
+    x11.XSync(ctypes.c_void_p(display), 0)
+    x11.XCloseDisplay(ctypes.c_void_p(display))
 
 
 class LinePipe:
@@ -79,6 +91,10 @@ class Clipboard(LinePipe):
     def read(self):
         return {name: base64.b64decode(data) for name, data in self.ask({"read": True}, 30)["targets"].items()}
 
+    def names(self):
+        """The targets listed, none of them read (a read of staged text would count as the target's)."""
+        return self.ask({"names": True})["names"]
+
 
 class EndToEnd(unittest.TestCase):
     @classmethod
@@ -117,8 +133,8 @@ class EndToEnd(unittest.TestCase):
         (app or self.app).focus(widget)
         return self.textport.ask({"action": "target", "selection": True})
 
-    def deliver(self, target, text=PASTE):
-        return self.textport.ask({"action": "deliver", "target": target, "text": text})
+    def deliver(self, target, text=PASTE, **keys):
+        return self.textport.ask(dict({"action": "deliver", "target": target, "text": text}, **keys))
 
     def assert_clipboard(self, items):
         """Every target of items is on the clipboard with exactly its bytes."""
@@ -163,6 +179,53 @@ class EndToEnd(unittest.TestCase):
                 self.assertEqual(self.deliver(self.capture(widget)), {"status": "paste_sent"})
                 self.assert_text(widget, RESULT)
                 self.assert_clipboard(clipboard)
+
+    def test_opted_in_delivery_restores_once_the_application_has_read(self):
+        for widget, clipboard in (("entry", USER), ("view", BIG)):
+            with self.subTest(widget):
+                self.user.own(clipboard)
+                answer = self.deliver(self.capture(widget), restore_after_read=True, transient=True)
+                self.assertEqual(answer, {"read": True, "status": "paste_sent"})
+                self.assert_text(widget, RESULT)
+                self.assert_clipboard(clipboard)
+
+    def test_opted_in_delivery_to_a_widget_that_never_reads_ends_at_the_bound_or_a_newer_write(self):
+        for newer in (None, NEWER):
+            with self.subTest(newer_writer=bool(newer)):
+                self.setUp()
+                self.app.focus("list")
+                target = self.textport.ask({"action": "target", "selection": True})
+                self.textport.send({"action": "deliver", "target": target, "text": PASTE,
+                                    "restore_after_read": True, "transient": True})
+                # Staged: the clipboard lists the history hint (listing reads no text).
+                ds.wait_for(lambda: "x-kde-passwordManagerHint" in self.reader.names(), "the staged text")
+                if newer:
+                    self.user.own(newer)
+                self.assertEqual(self.textport.receive(), {"read": False, "status": "paste_sent"})
+                self.assertEqual(digest(self.reader.read()), digest(newer or USER))
+
+    def test_transient_probe_marker_carries_the_history_hint(self):
+        probe = LinePipe([BINARY, "--daemon", "--verify-selection"], stderr=self.errors)
+        try:
+            self.assertEqual(probe.ask({"action": "probe_clipboard", "mode": "begin", "transient": True}), {"ok": True})
+            self.assertEqual(self.reader.read().get("x-kde-passwordManagerHint"), b"secret")
+            self.assertEqual(probe.ask({"action": "probe_clipboard", "mode": "restore"}), {"ok": True})
+        finally:
+            probe.close()
+        self.assert_clipboard(USER)
+
+    def test_paste_lands_on_other_keyboard_layouts(self):
+        # Dvorak moves "v" to another key; with a second group active, the key of "v" in the first
+        # group types "k" there, so the keystroke must use the key of the group in use.
+        for layout, variant, group in (("us", "dvorak", 0), ("us,us", ",dvorak", 1)):
+            with self.subTest(layout=layout, variant=variant, group=group):
+                try:
+                    set_keyboard(layout, variant, group)
+                    self.assertEqual(self.deliver(self.capture("entry")), {"status": "paste_sent"})
+                    self.assert_text("entry", RESULT)
+                    self.assert_clipboard(USER)
+                finally:
+                    set_keyboard("us", "", 0)
 
     def test_refusals_paste_nothing_and_keep_the_clipboard(self):
         def quit_and_return(app):

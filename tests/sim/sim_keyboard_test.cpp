@@ -56,8 +56,8 @@ TEST(SimKeyboard, ApplicationsPasteOnlyOnCommandAndNoOtherModifier) {
   for (const auto& press : presses) {
     auto sim = loadWorld(world(""));
     ASSERT_FALSE(sim->schedule(R"({"hold": )" + std::string(press.hold) + "}"));
-    ASSERT_FALSE(sim->schedule(R"({"key": {"code": 9, "flags": )" + std::to_string(press.flags) +
-                               "}}"));
+    ASSERT_FALSE(
+        sim->schedule(R"({"key": {"code": 9, "flags": )" + std::to_string(press.flags) + "}}"));
     sim->drainTimeline();
     EXPECT_EQ(sim->fieldValue("body"), press.value) << press.hold << " " << press.flags;
   }

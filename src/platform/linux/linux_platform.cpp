@@ -147,15 +147,16 @@ bool LinuxPlatform::setPasteboardData(const Bytes& data, const std::string& type
 }
 
 bool LinuxPlatform::setWatchedPasteboardString(const std::string& text) {
-  return setPasteboardString(text, kPlainTextType);
+  return setPasteboardString(text, kPlainTextType) && clipboard_->watchServed();
 }
 
 std::uint64_t LinuxPlatform::watchedTextReads() {
-  return 0;
+  return clipboard_ ? clipboard_->watchedReads() : 0;
 }
 
 bool LinuxPlatform::markPasteboardTransient() {
-  return true;
+  const Bytes secret = {'s', 'e', 'c', 'r', 'e', 't'};
+  return setPasteboardData(secret, kPasswordManagerHint);
 }
 
 std::optional<std::string> LinuxPlatform::pasteboardString(const std::string& type) {

@@ -131,6 +131,24 @@ class SelectionClipboard final : public X11Clipboard {
     return owner_->sync();
   }
 
+  bool watchServed() override {
+    reapChildren();
+    if (!owns()) return false;
+    // A new child counts from 0; what earlier children counted stays in the total.
+    if (watched_ != owner_.get()) readsBase_ = reads_;
+    watched_ = owner_.get();
+    return owner_->watch() && owner_->sync();
+  }
+
+  std::uint64_t watchedReads() override {
+    if (owner_ && watched_ == owner_.get() && !owner_->failed()) {
+      if (const std::optional<std::uint64_t> count = owner_->watchedReads()) {
+        reads_ = readsBase_ + *count;
+      }
+    }
+    return reads_;
+  }
+
  private:
   static bool isTextAlias(const std::string& name) {
     return name == "STRING" || name == "TEXT" || name == "text/plain" ||
@@ -159,6 +177,10 @@ class SelectionClipboard final : public X11Clipboard {
     std::unique_ptr<ClipboardOwner> next = ClipboardOwner::start();
     if (!next) return false;
     children_.push_back(next->pid());
+    if (watched_ == owner_.get()) {
+      watchedReads();  // the last word of the child that goes
+      watched_ = nullptr;
+    }
     owner_ = std::move(next);
     served_.clear();
     plainTextAliases_ = false;
@@ -177,6 +199,9 @@ class SelectionClipboard final : public X11Clipboard {
   std::vector<std::string> served_;  // the targets owner_ serves, in order
   bool plainTextAliases_ = false;    // served_ holds staged text under its text targets
   std::int64_t clearsKeepingOwner_ = 0;
+  const ClipboardOwner* watched_ = nullptr;  // the owner child whose requests are counted
+  std::uint64_t readsBase_ = 0;              // counted by earlier children
+  std::uint64_t reads_ = 0;
 };
 
 }  // namespace

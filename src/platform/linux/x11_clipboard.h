@@ -49,6 +49,15 @@ class X11Clipboard {
   // Serves these items (X11 has one item: the first item's types, then types of later items
   // that the first does not list).
   virtual bool writeItems(const std::vector<PasteboardItem>& items) = 0;
+  // Counts, from now until the next clear, the requests for the targets served now (the staged
+  // text under each of its names).
+  virtual bool watchServed() = 0;
+  // Requests counted by watchServed so far, over all watches; it never goes down.
+  virtual std::uint64_t watchedReads() = 0;
 };
+
+// The target that KDE's Klipper and the managers that follow it read before keeping an entry:
+// content that carries it with the value "secret" stays out of their history.
+inline constexpr const char* kPasswordManagerHint = "x-kde-passwordManagerHint";
 
 }  // namespace textport::x11

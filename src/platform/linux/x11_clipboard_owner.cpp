@@ -168,4 +168,15 @@ bool ClipboardOwner::sync() {
   return !failed_;
 }
 
+std::optional<std::uint64_t> ClipboardOwner::watchedReads() {
+  std::uint8_t reply[9];
+  failed_ = !(send(OwnerOp::query, {}, {}) &&
+              readExactly(line_, reply, sizeof reply, monotonicNow() + kLineIdleTimeout) &&
+              reply[0] == kCountReply);
+  if (failed_) return std::nullopt;
+  std::uint64_t count = 0;
+  std::memcpy(&count, reply + 1, sizeof count);
+  return count;
+}
+
 }  // namespace textport::x11

@@ -18,16 +18,19 @@
 //                      data length (4)
 //   then the target name, the reply type name and the data.
 //   ops: 'P' put (replace the target or append it), 'A' add (append unless listed),
-//        'R' remove the target, 'C' clear the content and take the selection afresh, 'S' sync.
+//        'R' remove the target, 'C' clear the content and take the selection afresh, 'S' sync,
+//        'W' watch the targets served now (each request for one of them is counted; a clear ends
+//        the watch, the count stays), 'Q' query the count.
 // Child to parent: 'O' followed by its window id (4 bytes) once XGetSelectionOwner on its own
 // connection confirms that it owns the selection; 'K' for each sync, once everything before
-// it is applied.
+// it is applied; 'Q' followed by the count (8 bytes) for each query.
 #pragma once
 
 #include <sys/types.h>
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/linux/x11_clipboard_types.h"
@@ -40,10 +43,13 @@ enum class OwnerOp : std::uint8_t {
   remove = 'R',
   clear = 'C',
   sync = 'S',
+  watch = 'W',
+  query = 'Q',
 };
 inline constexpr std::size_t kFrameHeaderSize = 16;
 inline constexpr std::uint8_t kOwnedReply = 'O';
 inline constexpr std::uint8_t kSyncedReply = 'K';
+inline constexpr std::uint8_t kCountReply = 'Q';
 
 // The parent's handle on one owner child. Destroying it closes the line only: the child serves
 // on while it owns the selection and is reaped by whoever keeps its pid.
@@ -71,7 +77,10 @@ class ClipboardOwner {
   }
   bool remove(const std::string& name) { return send(OwnerOp::remove, {name, {}, 8}, {}); }
   bool clearContent() { return send(OwnerOp::clear, {}, {}); }
+  bool watch() { return send(OwnerOp::watch, {}, {}); }
   bool sync();
+  // How many requests for watched targets this child has answered; nothing when the line failed.
+  std::optional<std::uint64_t> watchedReads();
 
  private:
   ClipboardOwner(pid_t pid, int line, std::uint32_t window)

@@ -34,6 +34,7 @@ struct Entry {
   Atom type;
   int format;
   std::shared_ptr<const Bytes> data;  // shared with INCR transfers under way
+  bool watched = false;               // requests for it are counted
 };
 
 struct Transfer {
@@ -190,6 +191,7 @@ class Server {
     const auto entry = std::find_if(content_.begin(), content_.end(),
                                     [&](const Entry& e) { return e.target == target; });
     if (entry == content_.end()) return false;
+    if (entry->watched) ++watchedReads_;
     if (entry->data->size() <= chunk_) {
       writeProperty(requestor, property, entry->type, entry->format, entry->data->data(),
                     entry->data->size());
@@ -329,6 +331,16 @@ class Server {
       if (line_ >= 0) ::send(line_, &reply, 1, MSG_NOSIGNAL);
       return;
     }
+    if (op == OwnerOp::query) {
+      std::uint8_t reply[1 + sizeof watchedReads_] = {kCountReply};
+      std::memcpy(reply + 1, &watchedReads_, sizeof watchedReads_);
+      if (line_ >= 0) ::send(line_, reply, sizeof reply, MSG_NOSIGNAL);
+      return;
+    }
+    if (op == OwnerOp::watch) {
+      for (Entry& entry : content_) entry.watched = true;
+      return;
+    }
     if (op == OwnerOp::clear) {
       content_.clear();
       if (!lost_ && !own()) lost_ = true;
@@ -365,6 +377,7 @@ class Server {
   Time ownedSince_ = CurrentTime;
   std::size_t chunk_ = kIncrChunk;
   bool lost_ = false;
+  std::uint64_t watchedReads_ = 0;
   std::vector<Entry> content_;
   std::vector<Transfer> transfers_;
   // The frame being received from the parent.

@@ -1,5 +1,6 @@
 #include "platform/linux/x11_desktop.h"
 
+#include <X11/XKBlib.h>
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -166,7 +167,7 @@ class Desktop final : public X11Desktop {
   }
 
   bool postPaste(bool terminal) override {
-    const KeyCode v = XKeysymToKeycode(display_, XK_v);
+    const KeyCode v = keycodeInActiveGroup(XK_v);
     const KeyCode control = XKeysymToKeycode(display_, XK_Control_L);
     const KeyCode shift = XKeysymToKeycode(display_, XK_Shift_L);
     if (!xtest_ || v == 0 || control == 0 || (terminal && shift == 0)) return false;
@@ -185,6 +186,24 @@ class Desktop final : public X11Desktop {
   }
 
  private:
+  // A key that gives the keysym unshifted in the keyboard group in use, so the shortcut means the
+  // same on every layout (XKeysymToKeycode may name a key of another group); that lookup when no
+  // key of the group does.
+  KeyCode keycodeInActiveGroup(KeySym keysym) {
+    XkbStateRec state{};
+    int first = 0;
+    int last = 0;
+    XDisplayKeycodes(display_, &first, &last);
+    if (XkbGetState(display_, XkbUseCoreKbd, &state) == Success) {
+      for (int code = first; code <= last; ++code) {
+        if (XkbKeycodeToKeysym(display_, static_cast<KeyCode>(code), state.group, 0) == keysym) {
+          return static_cast<KeyCode>(code);
+        }
+      }
+    }
+    return XKeysymToKeycode(display_, keysym);
+  }
+
   struct Pointer {
     Point location;
     Window window;  // the top-level window under it
