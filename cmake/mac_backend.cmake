@@ -65,10 +65,13 @@ target_compile_options(textport_mac PRIVATE -fobjc-arc -fobjc-arc-exceptions)
 
 if(CMAKE_CROSSCOMPILING)
   # ld64.lld does not follow an umbrella framework's re-exports, so every framework the backend
-  # calls into is named, accessibility's HIServices inside ApplicationServices included.
+  # calls into is named, accessibility's HIServices inside ApplicationServices and the keyboard
+  # layouts' HIToolbox (Carbon) and CarbonCore (CoreServices) included.
   set(_textport_frameworks ${TEXTPORT_MACOS_SDK}/System/Library/Frameworks)
   set(TEXTPORT_MAC_LINK
       ${_textport_frameworks}/ApplicationServices.framework/Versions/A/Frameworks/HIServices.framework
+      ${_textport_frameworks}/Carbon.framework/Versions/A/Frameworks/HIToolbox.framework
+      ${_textport_frameworks}/CoreServices.framework/Versions/A/Frameworks/CarbonCore.framework
       ${_textport_frameworks}/CoreGraphics.framework
       ${_textport_frameworks}/CoreFoundation.framework
       ${_textport_frameworks}/AppKit.framework
@@ -76,7 +79,8 @@ if(CMAKE_CROSSCOMPILING)
       objc)
 else()
   set(TEXTPORT_MAC_LINK
-      "-framework ApplicationServices" "-framework CoreGraphics" "-framework CoreFoundation"
+      "-framework ApplicationServices" "-framework Carbon" "-framework CoreGraphics"
+      "-framework CoreServices" "-framework CoreFoundation"
       "-framework AppKit" "-framework Foundation" objc)
 endif()
 target_link_libraries(textport_mac PUBLIC ${TEXTPORT_MAC_LINK})

@@ -62,15 +62,14 @@ void MacPlatform::postEvent(const Event& event) {
 }
 
 bool MacPlatform::postPasteShortcut() {
-  constexpr CGKeyCode kVirtualKeyV = 9;  // kVK_ANSI_V
+  const CGKeyCode key = pasteKey();
   // Without a source (null) the platform still makes the events, just not on the session's state.
   const auto source = CFHandle<CGEventSourceRef>::adopt(
       CGEventSourceCreate(kCGEventSourceStateCombinedSessionState));
   const auto down =
-      CFHandle<CGEventRef>::adopt(CGEventCreateKeyboardEvent(source.get(), kVirtualKeyV, true));
+      CFHandle<CGEventRef>::adopt(CGEventCreateKeyboardEvent(source.get(), key, true));
   if (!down) return false;
-  const auto up =
-      CFHandle<CGEventRef>::adopt(CGEventCreateKeyboardEvent(source.get(), kVirtualKeyV, false));
+  const auto up = CFHandle<CGEventRef>::adopt(CGEventCreateKeyboardEvent(source.get(), key, false));
   if (!up) return false;
   // Replacing the whole flag word drops any modifier the user happens to hold, so the application
   // sees Command-V and not, say, Command-Option-V.

@@ -70,10 +70,20 @@ class MacPlatform final : public Platform {
   void requestEnded() override;
 
  private:
+  // The key that gives "v" with Command in the shortcut layout (mac_keyboard_layout.mm).
+  std::uint16_t pasteKey();
+  // Lets go of the provider of the last watched text (mac_pasteboard.mm).
+  void releaseWatchedProvider();
+
   // Autorelease pools opened by requestStarted, innermost last.
   std::vector<void*> pools_;
   // The pasteboard's change count as last read, the answer when reading it raises.
   std::int64_t lastChangeCount_ = 0;
+  // Reads of watched text: the data provider counts here each time it is asked for the text.
+  std::uint64_t watchedReads_ = 0;
+  // The provider of the last watched text, retained (a Core Foundation reference) while its item
+  // may still be asked.
+  const void* watchedProvider_ = nullptr;
 };
 
 }  // namespace textport::mac

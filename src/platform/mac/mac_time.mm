@@ -14,6 +14,7 @@ extern "C" void objc_autoreleasePoolPop(void* pool);
 namespace textport::mac {
 
 MacPlatform::~MacPlatform() {
+  releaseWatchedProvider();
   while (!pools_.empty()) requestEnded();
 }
 
