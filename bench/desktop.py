@@ -32,7 +32,7 @@ def main(binary, runs):
         textport = LinePipe([binary, "--daemon"])
         try:
             figures = {"capture (accessibility)": [], "capture (Edit > Copy)": [], "deliver": [],
-                       "target, application stopped": []}
+                       "deliver, restore after read": [], "target, application stopped": []}
             app.call("set", widget="entry", text="Hello brave new world", selection=[6, 11])
             app.focus("entry")
             timed(textport, {"action": "target", "selection": True})  # warm: first contact with the app
@@ -43,6 +43,12 @@ def main(binary, runs):
                 seconds, answer = timed(textport, {"action": "deliver", "target": target, "text": "bold"})
                 assert answer == {"status": "paste_sent"}, answer
                 figures["deliver"].append(seconds)
+                app.call("set", widget="entry", text="Hello brave new world", selection=[6, 11])
+                target = timed(textport, {"action": "target", "selection": True})[1]
+                seconds, answer = timed(textport, {"action": "deliver", "target": target, "text": "bold",
+                                                   "restore_after_read": True, "transient": True})
+                assert answer == {"read": True, "status": "paste_sent"}, answer
+                figures["deliver, restore after read"].append(seconds)
             app.focus("list")
             for _ in range(runs):
                 seconds, answer = timed(textport, {"action": "target", "selection": True})
