@@ -53,7 +53,10 @@ class RequestWatch {
       return "an error answer holds more than one string";
     }
 
-    const bool pasteSent = answer.size() == 1 && answer.value("status", "") == "paste_sent";
+    // A paste answer is the status alone, or with the read when the delivery waited for it.
+    const bool pasteSent = answer.value("status", "") == "paste_sent" &&
+                           (answer.size() == 1 || (answer.size() == 2 && answer.contains("read") &&
+                                                   answer["read"].is_boolean()));
     std::size_t pastes = 0;
     const auto& posted = desktop.record().posted;
     for (std::size_t i = posted_; i < posted.size(); ++i) pastes += sim::isCommandV(posted[i]);

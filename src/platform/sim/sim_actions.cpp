@@ -189,6 +189,7 @@ void SimDesktop::readPaste(Pid pid) {
   SimApp* app = world_.app(pid);
   if (!app) return;
   const auto text = pasteboard_.read(kPlainTextType);
+  happened("app_reads", text ? toString(*text) : "");
   SimNode* node = app->focused ? world_.node(*app->focused) : nullptr;
   if (!text || !node || !node->value) {
     happened("app_paste", "nothing");
