@@ -26,7 +26,7 @@
 namespace {
 
 constexpr int kToolError = 2;
-constexpr std::size_t kRecordLimit = 1024;
+constexpr std::size_t kRecordLimit = 10000;
 constexpr std::string_view kUsage =
     "usage: textport-sim [--world FILE] [--state-out FILE] [ARGS...]";
 

@@ -149,9 +149,11 @@ enum class EventType : std::uint32_t {
   leftMouseUp = 2,
   rightMouseDown = 3,
   mouseMoved = 5,
+  leftMouseDragged = 6,
   keyDown = 10,
   keyUp = 11,
   flagsChanged = 12,
+  scrollWheel = 22,
   otherMouseDown = 25,
 };
 enum class MouseButton : std::uint32_t { left = 0, right = 1, center = 2 };

@@ -87,6 +87,21 @@ std::string difference(const json& expected, const json& actual, const std::stri
   return expected == actual ? "" : mismatch;
 }
 
+// Empty when the record holds entries matching each expected one, in the listed order (others may
+// come between them); otherwise the first expected entry that has no match after the one before.
+std::string subsequence(const json& expected, const json& record) {
+  std::size_t next = 0;
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    while (next < record.size() && !difference(expected[i], record[next], "").empty()) ++next;
+    if (next == record.size()) {
+      return "record: no entry like " + expected[i].dump() +
+             (i > 0 ? " after one like " + expected[i - 1].dump() : "");
+    }
+    ++next;
+  }
+  return "";
+}
+
 class Scenario : public testing::TestWithParam<ScenarioFile> {};
 
 TEST_P(Scenario, AnswersAndFinalStateAreAsListed) {
@@ -95,7 +110,7 @@ TEST_P(Scenario, AnswersAndFinalStateAreAsListed) {
   ASSERT_NO_THROW(scenario = json::parse(readFile(file))) << file;
   ASSERT_TRUE(scenario.is_object()) << file;
   static const std::set<std::string> known = {"description", "world",   "timeline", "args",
-                                              "requests",    "answers", "state"};
+                                              "requests",    "answers", "state",    "record"};
   for (const auto& [key, value] : scenario.items()) {
     ASSERT_TRUE(known.count(key)) << file << ": unknown key \"" << key << "\"";
   }
@@ -160,6 +175,11 @@ TEST_P(Scenario, AnswersAndFinalStateAreAsListed) {
     json state;
     ASSERT_NO_THROW(state = json::parse(readFile(dir / "state.json"))) << file << ": no state";
     EXPECT_EQ(difference(scenario["state"], state, "state"), "") << file << "\n" << description;
+  }
+  if (scenario.contains("record")) {
+    json state;
+    ASSERT_NO_THROW(state = json::parse(readFile(dir / "state.json"))) << file << ": no state";
+    EXPECT_EQ(subsequence(scenario["record"], state["record"]), "") << file << "\n" << description;
   }
   fs::remove_all(dir);
 }

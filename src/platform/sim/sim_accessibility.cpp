@@ -50,7 +50,8 @@ AXError SimDesktop::setMessagingTimeout(const Element& element, float seconds) {
 std::optional<Pid> SimDesktop::pidOfElement(const Element& element) {
   const SimElement* e = simElement(element);
   if (!e || e->kind == ElementKind::systemWide) return std::nullopt;
-  return e->pid;
+  const SimApp* app = world_.app(e->pid);
+  return app && app->reportedPid ? *app->reportedPid : e->pid;
 }
 
 double SimDesktop::latencyOf(const SimElement& element) const {

@@ -138,6 +138,43 @@ void SimDesktop::fire(const SimAction& action) {
           [&](const AppPasteReads& paste) { readPaste(paste.pid); },
           [&](const HoldModifiers& hold) { holdModifiers(hold.flags); },
           [&](const ManagerLooks&) { managerLooks(); },
+          [&](const InputEvent& input) {
+            happened("input", eventTypeName(input.type));
+            const bool keyboard =
+                input.type == EventType::keyUp || input.type == EventType::flagsChanged;
+            press({clock_.now(), input.type, keyboard, input.keyCode, keyboard_.held,
+                   input.at.value_or(input_.pointer()), MouseButton::left},
+                  true);
+          },
+          [&](const FocusLoss& loss) {
+            happened(loss.window ? "window_lost" : "focus_lost", std::to_string(loss.pid));
+            if (SimApp* app = world_.app(loss.pid)) {
+              app->focused.reset();
+              if (loss.window) app->focusedWindow.reset();
+            }
+          },
+          [&](const AppHealth& health) {
+            happened("app_health", std::to_string(health.pid));
+            if (SimApp* app = world_.app(health.pid)) {
+              if (health.hung) app->hung = *health.hung;
+              if (health.latency) app->latency = *health.latency;
+            }
+          },
+          [&](const AttributeFailure& failure) {
+            happened("fails", failure.attribute);
+            SimApp* app = world_.app(failure.pid);
+            SimNode* node = failure.element ? world_.node(*failure.element) : nullptr;
+            auto& errors = node ? node->errors : app->errors;
+            if (failure.error) {
+              errors[failure.attribute] = *failure.error;
+            } else {
+              errors.erase(failure.attribute);
+            }
+          },
+          [&](const PasteboardRefusal& refusal) {
+            happened("pasteboard_refuses_writes", refusal.refuse ? "true" : "false");
+            pasteboard_.refuseWrites(refusal.refuse);
+          },
       },
       action);
 }
@@ -153,9 +190,14 @@ void SimDesktop::landCopy(Pid pid) {
       recordWrite("app_copy", "clear");
       timeline_.add(
           {clock_.now() + copy.dataAfterClear, std::nullopt, AppCopyData{type, std::move(data)}});
+      for (const auto& [extra, bytes] : copy.also) {
+        timeline_.add(
+            {clock_.now() + copy.dataAfterClear, std::nullopt, AppCopyData{extra, bytes}});
+      }
       return;
     }
     pasteboard_.setData(type, std::move(data));
+    for (const auto& [extra, bytes] : copy.also) pasteboard_.setData(extra, bytes);
     recordWrite("app_copy", "write");
   };
   std::optional<Bytes> text;

@@ -233,7 +233,13 @@ AXError SimDesktop::writeAttribute(const SimElement& element, const std::string&
     if (result == kAXErrorSuccess) {
       const bool* on = value.as<bool>();
       if (!on) return kAXErrorIllegalArgument;
-      if (*on) app->switchedOn = true;
+      if (*on && !app->switchedOn) {
+        app->switchedOn = true;
+        if (app->focusAfterSwitch) {
+          app->focused = *app->focusAfterSwitch;
+          if (app->focused) app->focusedWindow = world_.windowOf(*app->focused);
+        }
+      }
       happened("accessibility_switch", name);
     }
     return result;

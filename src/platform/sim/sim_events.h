@@ -21,6 +21,7 @@ struct PostedEvent {
   std::uint64_t flags = 0;
   Point location;
   MouseButton button = MouseButton::left;
+  std::uint64_t order = 0;  // place in the desktop's record, across all its lists
 };
 
 // A synthesised input event; its type and flags can still change until it is posted, when it

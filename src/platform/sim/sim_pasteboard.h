@@ -37,6 +37,11 @@ class SimPasteboard {
   // Sum of the byte lengths of all data.
   std::size_t size() const;
 
+  // While refusing, writes by the process under test fail and change nothing; a clear still takes
+  // the pasteboard over, as clearContents always does.
+  void refuseWrites(bool refuse) { refusing_ = refuse; }
+  bool refusesWrites() const { return refusing_; }
+
   // From now until the next clear, reads of the first item's plain text are counted.
   void watchPlainText() { watching_ = true; }
   std::uint64_t watchedReads() const { return watchedReads_; }
@@ -45,6 +50,7 @@ class SimPasteboard {
   std::vector<SimItem> items_;
   std::int64_t changeCount_ = 0;
   bool watching_ = false;
+  bool refusing_ = false;
   std::uint64_t watchedReads_ = 0;
 };
 

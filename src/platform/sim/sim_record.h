@@ -25,6 +25,7 @@ struct RequestEntry {
   double timeout = 0;     // seconds in force
   TimeoutSource timeoutSource = TimeoutSource::platform;
   AXError result = kAXErrorSuccess;
+  std::uint64_t order = 0;  // place in the record, across all its lists
 };
 
 struct TimeoutEntry {
@@ -32,12 +33,14 @@ struct TimeoutEntry {
   Pid pid = 0;
   std::string element;  // as in RequestEntry
   float seconds = 0;
+  std::uint64_t order = 0;  // place in the record, across all its lists
 };
 
 struct WaitEntry {
   double time = 0;  // when the wait began
   double seconds = 0;
-  bool runLoop = false;  // a run-loop turn rather than a sleep
+  bool runLoop = false;     // a run-loop turn rather than a sleep
+  std::uint64_t order = 0;  // place in the record, across all its lists
 };
 
 struct PasteboardWriteEntry {
@@ -47,6 +50,7 @@ struct PasteboardWriteEntry {
   std::string operation;  // "clear", "set", "write"
   std::vector<PasteboardItemReading> itemsAfter;
   std::int64_t changeCount = 0;  // after the write
+  std::uint64_t order = 0;       // place in the record, across all its lists
 };
 
 // A timeline entry or an application behaviour that took effect.
@@ -54,6 +58,7 @@ struct HappeningEntry {
   double time = 0;
   std::string what;  // e.g. "key", "focus", "app_copy", "app_paste"
   std::string detail;
+  std::uint64_t order = 0;  // place in the record, across all its lists
 };
 
 struct SimRecord {
@@ -67,6 +72,7 @@ struct SimRecord {
   std::vector<PostedEvent> posted;  // posted by the process under test only
   std::vector<PasteboardWriteEntry> pasteboardWrites;
   std::vector<HappeningEntry> happenings;
+  std::uint64_t entries = 0;  // added so far, over all lists
 
   // Whether the lists take entries at all.
   bool recording() const { return limit != 0; }
@@ -74,6 +80,7 @@ struct SimRecord {
   template <class T>
   void add(std::vector<T>& list, T entry) {
     if (limit == 0) return;
+    entry.order = ++entries;
     list.push_back(std::move(entry));
     if (list.size() / 2 >= limit) {
       list.erase(list.begin(), list.end() - static_cast<std::ptrdiff_t>(limit));

@@ -1,4 +1,6 @@
 // The final state of a simulated desktop as JSON, for textport-sim's --state-out and tests.
+#include <algorithm>
+#include <cmath>
 #include <nlohmann/json.hpp>
 
 #include "platform/sim/sim_desktop.h"
@@ -20,6 +22,75 @@ json representationJson(const PasteboardRepresentation& representation) {
     r["base64"] = toBase64(*representation.data);
   }
   return r;
+}
+
+// The record as one list in the order things happened: the newest kStateRecord entries.
+constexpr std::size_t kStateRecord = 10000;
+
+json eventJson(const PostedEvent& e) {
+  json event = {{"time", e.time}, {"type", eventTypeName(e.type)}, {"flags", e.flags}};
+  if (e.keyboard) {
+    event["key_code"] = e.keyCode;
+  } else {
+    event["location"] = {e.location.x, e.location.y};
+    event["button"] = static_cast<std::uint32_t>(e.button);
+  }
+  return event;
+}
+
+// Timeouts are single-precision on the platform; the record shows the value that was meant.
+double rounded(double seconds) {
+  return std::round(seconds * 1e6) / 1e6;
+}
+
+json recordJson(const SimRecord& record) {
+  std::vector<std::pair<std::uint64_t, json>> entries;
+  for (const auto& r : record.requests) {
+    entries.emplace_back(r.order, json{{"time", r.time},
+                                       {"kind", "request"},
+                                       {"operation", r.operation},
+                                       {"name", r.name},
+                                       {"pid", r.pid},
+                                       {"element", r.element},
+                                       {"timeout", rounded(r.timeout)},
+                                       {"timeout_source", toString(r.timeoutSource)},
+                                       {"result", errorName(r.result)}});
+  }
+  for (const auto& t : record.timeouts) {
+    entries.emplace_back(t.order, json{{"time", t.time},
+                                       {"kind", "set_timeout"},
+                                       {"pid", t.pid},
+                                       {"element", t.element},
+                                       {"seconds", rounded(t.seconds)}});
+  }
+  for (const auto& w : record.waits) {
+    entries.emplace_back(
+        w.order,
+        json{{"time", w.time}, {"kind", w.runLoop ? "run_loop" : "sleep"}, {"seconds", w.seconds}});
+  }
+  for (const auto& e : record.posted) {
+    json event = eventJson(e);
+    event["kind"] = "event";
+    entries.emplace_back(e.order, std::move(event));
+  }
+  for (const auto& p : record.pasteboardWrites) {
+    entries.emplace_back(p.order, json{{"time", p.time},
+                                       {"kind", "pasteboard"},
+                                       {"writer", p.writer},
+                                       {"operation", p.operation},
+                                       {"change_count", p.changeCount}});
+  }
+  for (const auto& h : record.happenings) {
+    entries.emplace_back(
+        h.order,
+        json{{"time", h.time}, {"kind", "happened"}, {"what", h.what}, {"detail", h.detail}});
+  }
+  std::sort(entries.begin(), entries.end(),
+            [](const auto& a, const auto& b) { return a.first < b.first; });
+  json list = json::array();
+  const std::size_t skip = entries.size() > kStateRecord ? entries.size() - kStateRecord : 0;
+  for (std::size_t i = skip; i < entries.size(); ++i) list.push_back(std::move(entries[i].second));
+  return list;
 }
 
 }  // namespace
@@ -53,25 +124,17 @@ std::string SimDesktop::stateJson() const {
   }
   state["focused"] = focus;
   json events = json::array();
-  for (const auto& e : record_.posted) {
-    json event = {{"time", e.time}, {"type", eventTypeName(e.type)}, {"flags", e.flags}};
-    if (e.keyboard) {
-      event["key_code"] = e.keyCode;
-    } else {
-      event["location"] = {e.location.x, e.location.y};
-      event["button"] = static_cast<std::uint32_t>(e.button);
-    }
-    events.push_back(event);
-  }
+  for (const auto& e : record_.posted) events.push_back(eventJson(e));
   state["posted_events"] = events;
   json counters = json::object();
-  for (auto type : {EventType::leftMouseDown, EventType::rightMouseDown, EventType::otherMouseDown,
-                    EventType::keyDown}) {
+  for (const auto& known : kEventTypeNames) {
+    const EventType type = known.type;
     counters[eventTypeName(type)] = input_.counter(type);
   }
   state["counters"] = counters;
   state["pointer"] = {input_.pointer().x, input_.pointer().y};
   if (manager_) state["clipboard_history"] = manager_->history;
+  state["record"] = recordJson(record_);
   return state.dump(2) + "\n";
 }
 

@@ -31,6 +31,31 @@ inline std::string toString(const Bytes& bytes) {
   return std::string(bytes.begin(), bytes.end());
 }
 
+// The names that world and state files give the accessibility error codes, both ways.
+struct NamedError {
+  std::string_view name;
+  AXError code;
+};
+inline constexpr NamedError kErrorNames[] = {
+    {"success", kAXErrorSuccess},
+    {"failure", kAXErrorFailure},
+    {"illegal_argument", kAXErrorIllegalArgument},
+    {"invalid_ui_element", kAXErrorInvalidUIElement},
+    {"cannot_complete", kAXErrorCannotComplete},
+    {"attribute_unsupported", kAXErrorAttributeUnsupported},
+    {"action_unsupported", kAXErrorActionUnsupported},
+    {"not_implemented", kAXErrorNotImplemented},
+    {"api_disabled", kAXErrorAPIDisabled},
+    {"no_value", kAXErrorNoValue},
+    {"parameterized_attribute_unsupported", kAXErrorParameterizedAttributeUnsupported},
+};
+inline std::string errorName(AXError code) {
+  for (const auto& named : kErrorNames) {
+    if (named.code == code) return std::string(named.name);
+  }
+  return std::to_string(code);
+}
+
 // The names that world and state files give the event types, both ways.
 struct EventTypeName {
   std::string_view name;
@@ -41,6 +66,8 @@ inline constexpr EventTypeName kEventTypeNames[] = {
     {"left_mouse_up", EventType::leftMouseUp},
     {"right_mouse_down", EventType::rightMouseDown},
     {"mouse_moved", EventType::mouseMoved},
+    {"left_mouse_dragged", EventType::leftMouseDragged},
+    {"scroll_wheel", EventType::scrollWheel},
     {"key_down", EventType::keyDown},
     {"key_up", EventType::keyUp},
     {"flags_changed", EventType::flagsChanged},

@@ -66,11 +66,35 @@ struct HoldModifiers {  // the user now holds exactly these modifier keys (event
   std::uint64_t flags = 0;
 };
 struct ManagerLooks {};  // the clipboard manager looks at a pasteboard that changed hands
+struct InputEvent {      // one event of input that is not a press: a release, a move, a scroll
+  EventType type = EventType::mouseMoved;
+  std::uint16_t keyCode = 0;
+  std::optional<Point> at;  // where the pointer goes
+};
+struct FocusLoss {  // the application's focused element, or its focused window, goes away
+  Pid pid = 0;
+  bool window = false;
+};
+struct AppHealth {  // the application hangs or recovers, or answers at another speed
+  Pid pid = 0;
+  std::optional<bool> hung;
+  std::optional<double> latency;
+};
+struct AttributeFailure {  // reads of one attribute start failing, or (no error) stop
+  Pid pid = 0;
+  std::optional<std::string> element;  // none: the application element
+  std::string attribute;
+  std::optional<AXError> error;
+};
+struct PasteboardRefusal {  // the pasteboard starts or stops refusing textport's writes
+  bool refuse = false;
+};
 
 using SimAction =
     std::variant<KeyPress, Click, FocusMove, FrontmostSwitch, WindowSwitch, SelectionMove, TextEdit,
                  PasteboardChange, TrustChange, PostPermissionChange, AppCopyLands, AppCopyData,
-                 LateAction, AppPasteReads, HoldModifiers, ManagerLooks>;
+                 LateAction, AppPasteReads, HoldModifiers, ManagerLooks, InputEvent, FocusLoss,
+                 AppHealth, AttributeFailure, PasteboardRefusal>;
 
 struct TimelineEntry {
   std::optional<double> at;                    // fires when virtual time reaches it

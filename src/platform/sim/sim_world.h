@@ -46,6 +46,8 @@ struct SimNode {
 // What pressing the Copy menu item does.
 struct CopyBehaviour {
   enum class Writes { selection, text, image, nothing };
+  // Further types written beside the text or image, in order (each a type and its data).
+  std::vector<std::pair<std::string, Bytes>> also;
   Writes writes = Writes::selection;
   std::string text;  // for Writes::text
   double delay = 0;
@@ -85,6 +87,11 @@ struct SimApp {
   bool focusNeedsSwitch = false;
   bool treeNeedsSwitch = false;
   bool switchedOn = false;
+  // Where the focus turns out to be once the switch is on (an element id, or none), when that is
+  // not where it was before.
+  std::optional<std::optional<std::string>> focusAfterSwitch;
+  // The process that AXUIElementGetPid names for this application's elements, when another.
+  std::optional<Pid> reportedPid;
 };
 
 // The system-wide element's own configuration.

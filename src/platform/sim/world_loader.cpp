@@ -18,10 +18,10 @@ class WorldReader {
   explicit WorldReader(SimDesktop& desktop) : desktop_(desktop), world_(desktop.world()) {}
 
   void read(const json& document) {
-    requireObject(
-        document, "",
-        {"trusted", "frontmost", "counters", "pointer", "pasteboard", "pasteboard_change_count",
-         "events", "system", "apps", "timeline", "keyboard", "clipboard_manager"});
+    requireObject(document, "",
+                  {"trusted", "frontmost", "counters", "pointer", "pasteboard",
+                   "pasteboard_change_count", "events", "system", "apps", "timeline", "keyboard",
+                   "clipboard_manager", "pasteboard_refuses_writes"});
     if (document.contains("apps")) readApps(document["apps"], "apps");
     if (document.contains("system")) readSystem(document["system"], "system");
     checkReferences();
@@ -52,6 +52,10 @@ class WorldReader {
     if (document.contains("pasteboard"))
       items = readPasteboardItems(document["pasteboard"], "pasteboard");
     desktop_.pasteboard().load(std::move(items), changeCount);
+    if (document.contains("pasteboard_refuses_writes")) {
+      desktop_.pasteboard().refuseWrites(
+          readBool(document["pasteboard_refuses_writes"], "pasteboard_refuses_writes"));
+    }
     if (document.contains("timeline")) {
       const json& timeline = document["timeline"];
       if (!timeline.is_array()) fail("timeline", "expected a list of entries");
@@ -68,10 +72,10 @@ class WorldReader {
   }
 
   void readApp(const json& j, const std::string& path) {
-    requireObject(
-        j, path,
-        {"pid", "bundle", "name", "latency", "action_latency", "hung", "late_actions_happen",
-         "copy", "paste", "accessibility", "focused", "focused_window", "tree", "menu_bar"});
+    requireObject(j, path,
+                  {"pid", "bundle", "name", "latency", "action_latency", "hung",
+                   "late_actions_happen", "copy", "paste", "accessibility", "focused",
+                   "focused_window", "tree", "menu_bar", "reported_pid"});
     if (!j.contains("pid")) fail(path, "missing \"pid\"");
     SimApp app;
     app.pid = readPid(j["pid"], at(path, "pid"));
@@ -81,6 +85,9 @@ class WorldReader {
     if (j.contains("name")) app.name = readString(j["name"], at(path, "name"));
     if (j.contains("latency")) app.latency = readDuration(j["latency"], at(path, "latency"));
     if (j.contains("hung")) app.hung = readBool(j["hung"], at(path, "hung"));
+    if (j.contains("reported_pid")) {
+      app.reportedPid = readPid(j["reported_pid"], at(path, "reported_pid"));
+    }
     if (j.contains("action_latency")) {
       app.actionLatency = readDuration(j["action_latency"], at(path, "action_latency"));
     }
@@ -143,7 +150,7 @@ class WorldReader {
   }
 
   CopyBehaviour readCopy(const json& j, const std::string& path) {
-    requireObject(j, path, {"writes", "text", "delay", "data_after_clear", "press_error"});
+    requireObject(j, path, {"writes", "text", "delay", "data_after_clear", "press_error", "also"});
     CopyBehaviour copy;
     if (j.contains("writes")) {
       const std::string writes = readString(j["writes"], at(path, "writes"));
@@ -171,13 +178,21 @@ class WorldReader {
     }
     if (j.contains("press_error"))
       copy.pressError = readErrorCode(j["press_error"], at(path, "press_error"));
+    if (j.contains("also")) {
+      const std::vector<SimItem> also =
+          readPasteboardItems(json::array({j["also"]}), at(path, "also"));
+      for (const auto& representation : also.front()) {
+        if (!representation.data) fail(at(path, "also"), "a Copy writes data, not promises");
+        copy.also.emplace_back(representation.type, *representation.data);
+      }
+    }
     return copy;
   }
 
   void readSwitch(const json& j, const std::string& path, SimApp& app) {
     requireObject(j, path,
                   {"manual_accessibility", "enhanced_user_interface", "focus_needs_switch",
-                   "tree_needs_switch"});
+                   "tree_needs_switch", "focus_after_switch"});
     if (j.contains("manual_accessibility")) {
       app.manualAccessibilityResult =
           readErrorCode(j["manual_accessibility"], at(path, "manual_accessibility"));
@@ -191,6 +206,14 @@ class WorldReader {
     }
     if (j.contains("tree_needs_switch")) {
       app.treeNeedsSwitch = readBool(j["tree_needs_switch"], at(path, "tree_needs_switch"));
+    }
+    if (j.contains("focus_after_switch")) {
+      const json& focus = j["focus_after_switch"];
+      app.focusAfterSwitch = std::optional<std::string>();
+      if (!focus.is_null()) {
+        app.focusAfterSwitch = readString(focus, at(path, "focus_after_switch"));
+        references_.emplace_back(at(path, "focus_after_switch"), **app.focusAfterSwitch);
+      }
     }
   }
 

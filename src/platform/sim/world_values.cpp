@@ -19,24 +19,6 @@ using nlohmann::json;
 
 namespace {
 
-struct NamedError {
-  std::string_view name;
-  AXError code;
-};
-constexpr NamedError kErrorNames[] = {
-    {"success", kAXErrorSuccess},
-    {"failure", kAXErrorFailure},
-    {"illegal_argument", kAXErrorIllegalArgument},
-    {"invalid_ui_element", kAXErrorInvalidUIElement},
-    {"cannot_complete", kAXErrorCannotComplete},
-    {"attribute_unsupported", kAXErrorAttributeUnsupported},
-    {"action_unsupported", kAXErrorActionUnsupported},
-    {"not_implemented", kAXErrorNotImplemented},
-    {"api_disabled", kAXErrorAPIDisabled},
-    {"no_value", kAXErrorNoValue},
-    {"parameterized_attribute_unsupported", kAXErrorParameterizedAttributeUnsupported},
-};
-
 std::vector<double> readNumbers(const json& j, const std::string& path, std::size_t count,
                                 const char* shape) {
   if (!j.is_array() || j.size() != count) fail(path, std::string("expected ") + shape);
@@ -178,7 +160,13 @@ Value readValue(const json& j, const std::string& path, References& references) 
   }
   if (type == "point") return readPoint(v, inner);
   if (type == "size") {
-    const auto s = readNumbers(v, inner, 2, "[width, height]");
+    // "nan" stands for a width or height that is not a number, as a broken element may answer.
+    if (!v.is_array() || v.size() != 2) fail(inner, "expected [width, height]");
+    double s[2];
+    for (std::size_t i = 0; i < 2; ++i) {
+      s[i] =
+          v[i] == "nan" ? std::numeric_limits<double>::quiet_NaN() : readNumber(v[i], at(inner, i));
+    }
     return Size{s[0], s[1]};
   }
   if (type == "rect") return readRect(v, inner);
@@ -248,8 +236,28 @@ std::vector<SimItem> readPasteboardItems(const json& j, const std::string& path)
 TimelineEntry readTimelineEntry(const json& j, const std::string& path, const SimWorld& world,
                                 bool timeRequired) {
   requireObject(j, path,
-                {"at", "before_request", "key", "click", "focus", "frontmost", "focused_window",
-                 "select", "edit", "pasteboard", "trusted", "post_denied", "hold"});
+                {"at",
+                 "before_request",
+                 "key",
+                 "click",
+                 "focus",
+                 "frontmost",
+                 "focused_window",
+                 "key_up",
+                 "move",
+                 "scroll",
+                 "drag",
+                 "focus_lost",
+                 "window_lost",
+                 "app",
+                 "fails",
+                 "pasteboard_refuses_writes",
+                 "select",
+                 "edit",
+                 "pasteboard",
+                 "trusted",
+                 "post_denied",
+                 "hold"});
   TimelineEntry entry;
   if (j.contains("at") && j.contains("before_request")) {
     fail(path, "give either \"at\" or \"before_request\", not both");
@@ -266,8 +274,9 @@ TimelineEntry readTimelineEntry(const json& j, const std::string& path, const Si
   const std::size_t actions = j.size() - (entry.at ? 1 : 0) - (entry.beforeRequest ? 1 : 0);
   if (actions != 1) {
     fail(path,
-         "expected exactly one action (key, click, focus, frontmost, focused_window, "
-         "select, edit, pasteboard, trusted, post_denied or hold)");
+         "expected exactly one action (key, key_up, click, move, drag, scroll, hold, focus, "
+         "focus_lost, focused_window, window_lost, frontmost, select, edit, pasteboard, "
+         "pasteboard_refuses_writes, app, fails, trusted or post_denied)");
   }
   if (j.contains("key")) {
     const json& k = j["key"];
@@ -303,6 +312,62 @@ TimelineEntry readTimelineEntry(const json& j, const std::string& path, const Si
     }
     if (c.contains("at")) click.at = readPoint(c["at"], at(p, "at"));
     entry.action = click;
+  } else if (j.contains("key_up")) {
+    entry.action = InputEvent{
+        EventType::keyUp,
+        static_cast<std::uint16_t>(readInteger(j["key_up"], at(path, "key_up"), 0, 0xFFFF)),
+        std::nullopt};
+  } else if (j.contains("move") || j.contains("drag")) {
+    const bool drag = j.contains("drag");
+    const char* key = drag ? "drag" : "move";
+    entry.action = InputEvent{drag ? EventType::leftMouseDragged : EventType::mouseMoved, 0,
+                              readPoint(j[key], at(path, key))};
+  } else if (j.contains("scroll")) {
+    readInteger(j["scroll"], at(path, "scroll"), -1000, 1000);  // lines; any number is one event
+    entry.action = InputEvent{EventType::scrollWheel, 0, std::nullopt};
+  } else if (j.contains("focus_lost") || j.contains("window_lost")) {
+    const bool window = j.contains("window_lost");
+    const char* key = window ? "window_lost" : "focus_lost";
+    const Pid pid = readPid(j[key], at(path, key));
+    if (!world.app(pid)) fail(at(path, key), "no application has the pid " + std::to_string(pid));
+    entry.action = FocusLoss{pid, window};
+  } else if (j.contains("app")) {
+    const std::string p = at(path, "app");
+    requireObject(j["app"], p, {"pid", "hung", "latency"});
+    if (!j["app"].contains("pid")) fail(p, "missing \"pid\"");
+    AppHealth health;
+    health.pid = readPid(j["app"]["pid"], at(p, "pid"));
+    if (!world.app(health.pid))
+      fail(at(p, "pid"), "no application has the pid " + std::to_string(health.pid));
+    if (j["app"].contains("hung")) health.hung = readBool(j["app"]["hung"], at(p, "hung"));
+    if (j["app"].contains("latency")) {
+      health.latency = readDuration(j["app"]["latency"], at(p, "latency"));
+    }
+    entry.action = health;
+  } else if (j.contains("fails")) {
+    const std::string p = at(path, "fails");
+    const json& f = j["fails"];
+    requireObject(f, p, {"pid", "element", "attribute", "error"});
+    if (f.contains("pid") == f.contains("element")) {
+      fail(p, "expected \"pid\" (the application element) or \"element\"");
+    }
+    if (!f.contains("attribute") || !f.contains("error"))
+      fail(p, "expected \"attribute\" and \"error\"");
+    AttributeFailure failure;
+    if (f.contains("element")) {
+      failure.element = elementId(f["element"], at(p, "element"), world);
+      failure.pid = world.node(*failure.element)->pid;
+    } else {
+      failure.pid = readPid(f["pid"], at(p, "pid"));
+      if (!world.app(failure.pid))
+        fail(at(p, "pid"), "no application has the pid " + std::to_string(failure.pid));
+    }
+    failure.attribute = readString(f["attribute"], at(p, "attribute"));
+    if (!f["error"].is_null()) failure.error = readErrorCode(f["error"], at(p, "error"));
+    entry.action = failure;
+  } else if (j.contains("pasteboard_refuses_writes")) {
+    entry.action = PasteboardRefusal{
+        readBool(j["pasteboard_refuses_writes"], at(path, "pasteboard_refuses_writes"))};
   } else if (j.contains("focus")) {
     entry.action = FocusMove{elementId(j["focus"], at(path, "focus"), world)};
   } else if (j.contains("frontmost")) {
