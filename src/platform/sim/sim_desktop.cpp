@@ -75,6 +75,10 @@ std::optional<RunningApp> SimDesktop::frontmostApplication() {
 
 // --- Pasteboard ---
 
+void SimDesktop::addClipboardManager(double delay) {
+  manager_ = SimClipboardManager{delay, {}, std::nullopt, false};
+}
+
 std::vector<PasteboardItemReading> SimDesktop::pasteboardItems() {
   traffic_.bytesRead += pasteboard_.size();
   return pasteboard_.items();

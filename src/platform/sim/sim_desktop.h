@@ -32,6 +32,14 @@ inline constexpr double kPlatformDefaultTimeout = 6.0;
 
 class SimDesktop;
 
+// A clipboard manager on the desktop: how soon it looks at a new clipboard, and what it kept.
+struct SimClipboardManager {
+  double delay = 0;
+  std::vector<std::string> history;
+  std::optional<std::int64_t> seen;  // the change count it last looked at
+  bool looking = false;              // a look is scheduled
+};
+
 // A loaded desktop, or why the world file could not be loaded:
 // "<source>: <path inside the file>: <what is wrong>".
 struct SimLoad {
@@ -90,10 +98,7 @@ class SimDesktop : public Platform {
   SimKeyboard& keyboard() { return keyboard_; }
   // A clipboard manager that looks at the pasteboard `delay` seconds after anyone took it over
   // and keeps its plain text in a history, unless the item is marked transient.
-  void addClipboardManager(double delay) {
-    manager_.emplace();
-    manager_->delay = delay;
-  }
+  void addClipboardManager(double delay);
   const std::vector<std::string>* clipboardHistory() const {
     return manager_ ? &manager_->history : nullptr;
   }
@@ -201,13 +206,7 @@ class SimDesktop : public Platform {
   SimPasteboard pasteboard_;
   SimInput input_;
   SimKeyboard keyboard_ = *SimKeyboard::named("us");
-  struct ClipboardManager {
-    double delay = 0;
-    std::vector<std::string> history;
-    std::optional<std::int64_t> seen;  // the change count it last looked at
-    bool looking = false;              // a look is scheduled
-  };
-  std::optional<ClipboardManager> manager_;
+  std::optional<SimClipboardManager> manager_;
   SimTimeline timeline_;
   SimRecord record_;
   bool trusted_ = true;
