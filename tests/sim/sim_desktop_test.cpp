@@ -58,6 +58,16 @@ TEST(SimWorld, LoadingFailsWithSourcePathAndReason) {
       {R"({"pasteboard": [[{"type": "t"}]]})",
        R"(pasteboard[0][0]: missing "text", "base64" or "hex" (or "lazy": true))"},
       {R"({"timeline": [{"key": 1}]})", "timeline[0]: missing \"at\" or \"before_request\""},
+      {R"({"timeline": [{"at": 1, "focus_lost": 7}]})",
+       "timeline[0].focus_lost: no application has the pid 7"},
+      {R"({"timeline": [{"at": 1, "fails": {"attribute": "AXValue", "error": null}}]})",
+       R"(timeline[0].fails: expected "pid" (the application element) or "element")"},
+      {R"({"timeline": [{"at": 1, "app": {"pid": 1, "latency": -1}}]})",
+       "timeline[0].app.pid: no application has the pid 1"},
+      {R"({"apps": [{"pid": 1, "copy": {"also": [{"type": "t", "lazy": true}]}}]})",
+       "apps[0].copy.also: a Copy writes data, not promises"},
+      {tree + R"({"id": "f", "attributes": {"AXSize": {"size": ["wide", 1]}}}]}}]})",
+       "apps[0].tree.children[0].attributes.AXSize.size[0]: expected a number"},
   };
   for (const auto& c : cases) {
     const SimLoad loaded = SimDesktop::fromJson(c.json, "w.json");
