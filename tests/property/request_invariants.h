@@ -59,7 +59,8 @@ class RequestWatch {
                                                    answer["read"].is_boolean()));
     std::size_t pastes = 0;
     const auto& posted = desktop.record().posted;
-    for (std::size_t i = posted_; i < posted.size(); ++i) pastes += sim::isCommandV(posted[i]);
+    for (std::size_t i = posted_; i < posted.size(); ++i)
+      pastes += desktop.isPasteShortcut(posted[i]);
     if (pastes != (pasteSent ? 1u : 0u)) {
       return "Command-V posted " + std::to_string(pastes) + " times for " + std::string(line);
     }

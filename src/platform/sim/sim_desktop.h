@@ -76,6 +76,9 @@ class SimDesktop : public Platform {
   std::uint32_t counter(EventType type) const { return input_.counter(type); }
   const std::vector<PostedEvent>& postedEvents() const { return record_.posted; }
   std::optional<Pid> frontmostPid() const { return frontmost_; }
+  // Whether an application pastes on this event: a key-down of the key that gives "v" with
+  // Command on this desktop's keyboard, with Command and no other modifier.
+  bool isPasteShortcut(const PostedEvent& event) const;
   // The number of requests started and ended so far (requestStarted, requestEnded calls).
   std::uint64_t requestsStarted() const { return requestsStarted_; }
   std::uint64_t requestsEnded() const { return requestsEnded_; }
@@ -193,7 +196,6 @@ class SimDesktop : public Platform {
   void press(PostedEvent event, bool byUser);
   void landCopy(Pid pid);
   void readPaste(Pid pid);
-  bool isPasteShortcut(const PostedEvent& event) const;
   void holdModifiers(std::uint64_t flags);
   void managerLooks();
   void recordWrite(const std::string& writer, const std::string& operation);

@@ -20,9 +20,4 @@ void SimInput::apply(const PostedEvent& event) {
   if (!event.keyboard) pointer_ = event.location;
 }
 
-bool isCommandV(const PostedEvent& event) {
-  return event.type == EventType::keyDown && event.keyCode == kKeyCodeV &&
-         (event.flags & kEventFlagMaskCommand) != 0;
-}
-
 }  // namespace textport::sim

@@ -64,10 +64,4 @@ class SimInput {
   std::uint32_t keyboardEventsMade_ = 0;
 };
 
-// The key that types "v" on the simulated keyboard (kVK_ANSI_V).
-inline constexpr std::uint16_t kKeyCodeV = 9;
-
-// Whether the event is a key-down of V (key code 9) with the Command flag.
-bool isCommandV(const PostedEvent& event);
-
 }  // namespace textport::sim
